@@ -2,7 +2,8 @@
 
 #include <Eigen/Core>
 
-#include <map>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,7 +20,7 @@ namespace Tarnwick {
 /// Values are stored as one of the alternatives of `Value`. Enumerations are stored as their
 /// underlying integer (kind Int); an unset optional parameter is stored as `std::monostate`.
 /// Reading converts between the numeric kinds (bool, int, unsigned long, float, double) and fails
-/// for any other mismatch.
+/// for any other mismatch and for numbers that do not fit the requested type.
 class Properties {
 public:
     using Value = std::variant<std::monostate, bool, int, unsigned long, float, double, std::string, Eigen::Vector2d,
@@ -28,8 +29,23 @@ public:
 
     /// Type names as used by the text format and by `paramType()`; index equals the variant index.
     enum class Type {
-        None, Bool, Int, UnsignedLong, Float, Double, String, Vec2d, Vec3d, Vec4d, Vec2i, Vec3i, Vec4i, Mat4d,
-        DoubleList, IntList, StringList
+        None,
+        Bool,
+        Int,
+        UnsignedLong,
+        Float,
+        Double,
+        String,
+        Vec2d,
+        Vec3d,
+        Vec4d,
+        Vec2i,
+        Vec3i,
+        Vec4i,
+        Mat4d,
+        DoubleList,
+        IntList,
+        StringList
     };
     static const char* typeName(Type type);
     static std::optional<Type> typeFromName(const std::string& name);
@@ -85,16 +101,20 @@ public:
         setDefaultValue(name, toValue(defaultValue));
     }
 
+    /// Sets the value of `name`, adding the parameter at the end when missing; keeps default and attributes.
     void setValue(const std::string& name, Value value);
+    /// Sets the default of `name`; a missing parameter is added with the default as its value.
     void setDefaultValue(const std::string& name, Value value);
     std::optional<Value> value(const std::string& name) const;
     void removeParam(const std::string& name);
 
-    /// Converts a parameter's stored value to another type (numeric conversions only); returns false on failure.
+    /// Converts a parameter's stored value (and default) to another numeric type; returns false, changing
+    /// nothing, when the parameter is missing, not numeric, or its value does not fit the new type.
     bool setParamType(const std::string& name, Type type);
     std::optional<Type> paramType(const std::string& name) const;
 
     /// Parameter attributes such as "values" (enumeration labels), "label", "tooltip", "hidden".
+    /// Setting an existing attribute replaces its value in place; no effect when the parameter is missing.
     void setParamAttributes(const std::string& name, const std::string& attribute, const std::string& value);
     std::optional<std::string> paramAttribute(const std::string& name, const std::string& attribute) const;
     std::vector<std::pair<std::string, std::string>> paramAttributes(const std::string& name) const;
@@ -136,7 +156,59 @@ struct IsOptional : std::false_type {};
 template <typename T>
 struct IsOptional<std::optional<T>> : std::true_type {};
 
-bool numericFromValue(const Properties::Value& value, double& out);
+/// Converts one number to another arithmetic or enumeration type. Fails (leaving `out` alone) when
+/// the value does not fit: NaN, infinities or out-of-range values for integer targets, negative
+/// values for unsigned targets. Floating-point values are truncated towards zero for integer targets.
+template <typename T, typename S>
+bool convertNumber(S source, T& out) {
+    if constexpr (std::is_enum_v<T>) {
+        std::underlying_type_t<T> underlying{};
+        if (!convertNumber(source, underlying))
+            return false;
+        out = static_cast<T>(underlying);
+    } else if constexpr (std::is_same_v<T, bool>) {
+        out = source != 0;
+    } else if constexpr (std::is_floating_point_v<T>) {
+        out = static_cast<T>(source);
+    } else if constexpr (std::is_floating_point_v<S>) {
+        // long double holds every 64-bit integer exactly, so the bounds below are exact.
+        const long double value = source;
+        if (!(value > static_cast<long double>(std::numeric_limits<T>::min()) - 1 &&
+              value < static_cast<long double>(std::numeric_limits<T>::max()) + 1))
+            return false;
+        out = static_cast<T>(source);
+    } else if constexpr (std::is_same_v<S, bool>) {
+        out = static_cast<T>(source);
+    } else {
+        if constexpr (std::is_signed_v<S>) {
+            if (source < 0) {
+                if (!std::is_signed_v<T> ||
+                    static_cast<std::intmax_t>(source) < std::intmax_t(std::numeric_limits<T>::min()))
+                    return false;
+                out = static_cast<T>(source);
+                return true;
+            }
+        }
+        if (static_cast<std::uintmax_t>(source) > static_cast<std::uintmax_t>(std::numeric_limits<T>::max()))
+            return false;
+        out = static_cast<T>(source);
+    }
+    return true;
+}
+
+/// Reads a stored number (bool, int, unsigned long, float or double) as T; false for other kinds.
+template <typename T>
+bool numberFromValue(const Properties::Value& value, T& out) {
+    return std::visit(
+        [&out](const auto& stored) {
+            using S = std::decay_t<decltype(stored)>;
+            if constexpr (std::is_arithmetic_v<S>)
+                return convertNumber(stored, out);
+            else
+                return false;
+        },
+        value);
+}
 } // namespace detail
 
 template <typename T>
@@ -173,11 +245,7 @@ bool Properties::fromValue(const Value& value, T& out) {
         out = inner;
         return true;
     } else if constexpr (std::is_enum_v<T> || std::is_arithmetic_v<T>) {
-        double number = 0;
-        if (!detail::numericFromValue(value, number))
-            return false;
-        out = static_cast<T>(number);
-        return true;
+        return detail::numberFromValue(value, out);
     } else {
         if (const T* stored = std::get_if<T>(&value)) {
             out = *stored;
