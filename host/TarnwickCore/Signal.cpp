@@ -4,7 +4,9 @@ namespace Tarnwick {
 
 SignalBase::~SignalBase() = default;
 
-void SignalBase::attach(SignalReceiver* receiver) { receiver->m_signals.push_back(this); }
+void SignalBase::attach(SignalReceiver* receiver) {
+    receiver->m_signals.push_back(this);
+}
 
 void SignalBase::detach(SignalReceiver* receiver) {
     auto& list = receiver->m_signals;
@@ -20,7 +22,7 @@ void SignalBase::detachAllReceivers(const std::vector<SignalReceiver*>& receiver
 
 bool SignalConnection::isConnected() const {
     auto signal = m_signal.lock();
-    return signal && m_id != 0;
+    return signal && (*signal)->isConnectedId(m_id);
 }
 
 void SignalConnection::disconnect() {
@@ -30,7 +32,9 @@ void SignalConnection::disconnect() {
     m_id = 0;
 }
 
-SignalReceiver::~SignalReceiver() { disconnectFromAllSignals(); }
+SignalReceiver::~SignalReceiver() {
+    disconnectFromAllSignals();
+}
 
 void SignalReceiver::disconnectFromAllSignals() {
     while (!m_signals.empty())

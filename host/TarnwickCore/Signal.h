@@ -23,6 +23,8 @@ public:
     virtual void disconnect(SignalReceiver* receiver) = 0;
     /// Removes the slot with this connection id.
     virtual void disconnectId(std::uint64_t id) = 0;
+    /// Whether the slot with this connection id is still connected.
+    virtual bool isConnectedId(std::uint64_t id) const = 0;
     virtual void disconnectAll() = 0;
 
     void setBlocked(bool blocked) { m_blocked = blocked; }
@@ -32,6 +34,8 @@ protected:
     void attach(SignalReceiver* receiver);
     void detach(SignalReceiver* receiver);
     std::weak_ptr<SignalBase*> aliveToken() const { return m_alive; }
+    /// Expires every token and connection handle; the first step of destroying a signal.
+    void invalidate() { m_alive.reset(); }
     /// Called by the destructor of derived signals before their slots go away.
     void detachAllReceivers(const std::vector<SignalReceiver*>& receivers);
 
@@ -41,7 +45,9 @@ private:
     std::shared_ptr<SignalBase*> m_alive;
 };
 
-/// Handle to one connection; disconnect() is safe after the signal is gone.
+/// Handle to one connection. isConnected() turns false once the slot is disconnected by any means
+/// (this handle, the receiver, disconnectAll, or destruction of the signal); disconnect() is safe
+/// after the signal is gone.
 class SignalConnection {
 public:
     SignalConnection() = default;
@@ -83,6 +89,7 @@ public:
     SignalImpl(const SignalImpl&) : SignalBase() {}
     SignalImpl& operator=(const SignalImpl&) { return *this; }
     ~SignalImpl() override {
+        invalidate();
         std::vector<SignalReceiver*> receivers;
         for (auto& entry : *m_slots)
             if (entry.receiver && entry.connected)
@@ -100,37 +107,44 @@ public:
     }
     SignalConnection connect(Slot slot) { return connect(nullptr, std::move(slot)); }
 
+    /// Removes every slot connected by `receiver`; no effect for a null receiver.
     void disconnect(SignalReceiver* receiver) override {
-        removeIf([receiver](const Entry& e) { return e.receiver == receiver; });
+        if (receiver)
+            removeIf([receiver](const Entry& e) { return e.receiver == receiver; });
     }
     void disconnectId(std::uint64_t id) override {
         removeIf([id](const Entry& e) { return e.id == id; });
+    }
+    bool isConnectedId(std::uint64_t id) const override {
+        return std::any_of(m_slots->begin(), m_slots->end(),
+                           [id](const Entry& e) { return e.id == id && e.connected; });
     }
     void disconnectAll() override {
         removeIf([](const Entry&) { return true; });
     }
 
-    std::size_t numConnections() const { return m_slots->size(); }
+    std::size_t numConnections() const {
+        return std::size_t(std::count_if(m_slots->begin(), m_slots->end(), [](const Entry& e) { return e.connected; }));
+    }
 
     /// Calls every connected slot unless the signal is blocked. Slots connected during the emission
     /// are first called by the next one.
+    /// A slot may destroy the signal (or its owner): emission then stops after that slot. An exception
+    /// thrown by a slot ends the emission and propagates to the caller.
     void emitSignal(Args... args) {
         if (m_blocked)
             return;
         auto slots = m_slots; // keeps the list alive even if a slot destroys this signal
-        auto alive = aliveToken();
+        EmissionScope scope(*this);
         const std::size_t count = slots->size();
-        ++m_emitDepth;
         for (std::size_t i = 0; i < count; ++i) {
             if (!(*slots)[i].connected)
                 continue;
-            auto fn = (*slots)[i].slot;
+            auto fn = (*slots)[i].slot; // keeps the slot alive while it runs, even if it disconnects itself
             (*fn)(args...);
-            if (alive.expired())
+            if (scope.signalDestroyed())
                 return;
         }
-        if (--m_emitDepth == 0)
-            compact(*slots);
     }
 
 private:
@@ -139,6 +153,28 @@ private:
         SignalReceiver* receiver;
         std::shared_ptr<Slot> slot;
         bool connected;
+    };
+
+    // Tracks the emission depth; disconnected entries are only erased once no emission is running,
+    // because running emissions index into the list.
+    class EmissionScope {
+    public:
+        explicit EmissionScope(SignalImpl& signal) : m_signal(signal), m_alive(signal.aliveToken()) {
+            ++m_signal.m_emitDepth;
+        }
+        ~EmissionScope() {
+            if (signalDestroyed())
+                return;
+            if (--m_signal.m_emitDepth == 0)
+                compact(*m_signal.m_slots);
+        }
+        EmissionScope(const EmissionScope&) = delete;
+        EmissionScope& operator=(const EmissionScope&) = delete;
+        bool signalDestroyed() const { return m_alive.expired(); }
+
+    private:
+        SignalImpl& m_signal;
+        std::weak_ptr<SignalBase*> m_alive;
     };
 
     template <typename Pred>
