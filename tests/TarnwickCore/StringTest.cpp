@@ -1,0 +1,59 @@
+#include <TarnwickCore/String.h>
+
+#include <gtest/gtest.h>
+
+namespace Tarnwick {
+namespace {
+
+using Pieces = std::vector<std::string>;
+
+TEST(StringTest, SplitCamelCaseMakesLabels) {
+    EXPECT_EQ(String::splitCamelCase("maxNodeId"), "Max Node Id");
+    EXPECT_EQ(String::splitCamelCase("useGPUPath"), "Use GPU Path");
+    EXPECT_EQ(String::splitCamelCase("GPUMode"), "GPU Mode");
+    EXPECT_EQ(String::splitCamelCase("exportToGLTF"), "Export To GLTF");
+    EXPECT_EQ(String::splitCamelCase("vec3Value"), "Vec3 Value");
+    EXPECT_EQ(String::splitCamelCase("min_size__x"), "Min Size X");
+    EXPECT_EQ(String::splitCamelCase("x"), "X");
+    EXPECT_EQ(String::splitCamelCase("Radius"), "Radius");
+    EXPECT_EQ(String::splitCamelCase("_leading"), "Leading");
+    EXPECT_EQ(String::splitCamelCase(""), "");
+    EXPECT_EQ(String::splitCamelCase("größeMm"), "Größe Mm"); // UTF-8 bytes pass through
+}
+
+TEST(StringTest, SplitWithAndWithoutEmptyPieces) {
+    EXPECT_EQ(String::split("a,,b,", ","), (Pieces{"a", "b"}));
+    EXPECT_EQ(String::split("a,,b,", ",", true), (Pieces{"a", "", "b", ""}));
+    EXPECT_EQ(String::split(",a", ",", true), (Pieces{"", "a"}));
+    EXPECT_EQ(String::split("Manual, Largest Diameter;x", ",;"), (Pieces{"Manual", " Largest Diameter", "x"}));
+    EXPECT_EQ(String::split("  two  words "), (Pieces{"two", "words"}));
+    EXPECT_EQ(String::split("", ","), Pieces{});
+    EXPECT_EQ(String::split("", ",", true), Pieces{""});
+    EXPECT_EQ(String::split("abc", ""), Pieces{"abc"});
+}
+
+TEST(StringTest, ReplaceAll) {
+    EXPECT_EQ(String::replaceAllCopy("a.b.c", ".", "::"), "a::b::c");
+    EXPECT_EQ(String::replaceAllCopy("aaaa", "aa", "a"), "aa"); // non-overlapping, left to right
+    EXPECT_EQ(String::replaceAllCopy("abc", "", "x"), "abc");
+    EXPECT_EQ(String::replaceAllCopy("abc", "abc", ""), "");
+    EXPECT_EQ(String::replaceAllCopy("x", "x", "xx"), "xx"); // the replacement is not searched again
+}
+
+TEST(StringTest, CaseTrimJoinAndQueries) {
+    EXPECT_EQ(String::toLowerCopy("GraphML Ü"), "graphml Ü");
+    EXPECT_EQ(String::toUpperCopy("nii.gz"), "NII.GZ");
+    EXPECT_EQ(String::trimCopy(" \t value \r\n"), "value");
+    EXPECT_EQ(String::trimCopy(" \n "), "");
+    EXPECT_EQ(String::join({"a", "", "c"}, ", "), "a, , c");
+    EXPECT_EQ(String::join({}, ","), "");
+    EXPECT_TRUE(String::contains("Graph;Prune", ";"));
+    EXPECT_TRUE(String::contains("abc", ""));
+    EXPECT_FALSE(String::startsWith("ab", "abc"));
+    EXPECT_TRUE(String::startsWith("abc", "ab"));
+    EXPECT_TRUE(String::endsWith("tree.graphml", ".graphml"));
+    EXPECT_FALSE(String::endsWith("ml", "graphml"));
+}
+
+} // namespace
+} // namespace Tarnwick
