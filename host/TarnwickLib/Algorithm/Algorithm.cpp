@@ -1,0 +1,19 @@
+#include <TarnwickLib/Algorithm/Algorithm.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Tarnwick {
+
+Algorithm::~Algorithm() = default;
+
+OwningDataList Algorithm::takeOutput() {
+    return std::exchange(m_output, OwningDataList());
+}
+
+bool Algorithm::survivesDataDeletion(const Data* data) const {
+    const auto& inputs = m_factoryInfo.inputs.items();
+    return std::find(inputs.begin(), inputs.end(), data) == inputs.end();
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,117 @@
+#include "support/LogCapture.h"
+#include "TestAlgorithms.h"
+
+#include <TarnwickLib/Algorithm/AlgorithmFactory.h>
+
+#include <gtest/gtest.h>
+
+using namespace Tarnwick;
+using namespace Tarnwick::Test;
+
+namespace {
+
+class SampleFactory : public AlgorithmFactory {
+public:
+    SampleFactory() : AlgorithmFactory("Sample") {
+        registerAlgorithm<CopyAlgorithm>("Copy", "Data;Copy", 4);
+        Properties preset("small");
+        preset.setParam("count", 1);
+        registerAlgorithm<SourceAlgorithm>("Source", "Data;Source", 0, {preset});
+        registerAlgorithm<ThrowingAlgorithm>("Throwing", "Data;Throwing");
+        registerAlgorithm<LyingAlgorithm>("Lying", "Data;Lying");
+    }
+};
+
+} // namespace
+
+TEST(AlgorithmFactory, ListsRegistrationsInOrder) {
+    SampleFactory factory;
+    EXPECT_EQ(factory.name(), "Sample");
+    ASSERT_EQ(factory.entries().size(), 4u);
+    EXPECT_EQ(factory.entries()[0].id, "Copy");
+    EXPECT_EQ(factory.entries()[0].menuName, "Data;Copy");
+    EXPECT_EQ(factory.entries()[0].flags, 4);
+    EXPECT_EQ(factory.entries()[1].id, "Source");
+    ASSERT_EQ(factory.entries()[1].presets.size(), 1u);
+    EXPECT_EQ(factory.entries()[1].presets[0].name(), "small");
+    EXPECT_EQ(factory.entry("Missing"), nullptr);
+}
+
+TEST(AlgorithmFactory, InstallsTheClassCompatibilityTest) {
+    SampleFactory factory;
+    Data a("a"), b("b");
+    EXPECT_TRUE(factory.isCompatible("Copy", DataList{&a}));
+    EXPECT_FALSE(factory.isCompatible("Copy", DataList{}));
+    EXPECT_FALSE(factory.isCompatible("Copy", DataList{&a, &b}));
+    EXPECT_TRUE(factory.isCompatible("Source", DataList{}));
+    EXPECT_FALSE(factory.isCompatible("Source", DataList{&a}));
+    EXPECT_FALSE(factory.isCompatible("Missing", DataList{}));
+}
+
+TEST(AlgorithmFactory, CreatesAWorkingAlgorithmWithItsFactoryInfo) {
+    SampleFactory factory;
+    Data input("vessels");
+    auto algorithm = factory.create("Copy", DataList{&input});
+    ASSERT_NE(algorithm, nullptr);
+    EXPECT_EQ(algorithm->factoryInfo().id, "Copy");
+    EXPECT_EQ(algorithm->factoryInfo().menuName, "Data;Copy");
+    EXPECT_EQ(algorithm->factoryInfo().inputs.items(), std::vector<Data*>{&input});
+
+    algorithm->compute();
+    EXPECT_EQ(algorithm->status(), Algorithm::Success);
+    ASSERT_EQ(algorithm->output().size(), 1u);
+    OwningDataList output = algorithm->takeOutput();
+    EXPECT_TRUE(algorithm->output().empty());
+    ASSERT_EQ(output.size(), 1u);
+    EXPECT_EQ(output.get(0)->name(), "copy of vessels");
+}
+
+TEST(AlgorithmFactory, RefusalsAreLoggedAndGiveNoAlgorithm) {
+    SampleFactory factory;
+    Data a("a");
+    Tarnwick::Test::LogCapture log;
+    EXPECT_EQ(factory.create("Missing", DataList{}), nullptr);
+    EXPECT_EQ(factory.create("Copy", DataList{}), nullptr);
+    EXPECT_EQ(factory.create("Lying", DataList{}), nullptr);
+    EXPECT_EQ(factory.create("Throwing", DataList{&a}), nullptr);
+    EXPECT_FALSE(factory.isCompatible("Throwing", DataList{}));
+    EXPECT_EQ(log.errors(), (std::vector<std::string>{
+                                "Unknown algorithm 'Missing'",
+                                "Algorithm 'Copy' cannot run on the given input (0 data sets)",
+                                "Algorithm 'Lying' cannot run on the given input (0 data sets)",
+                                "Algorithm 'Throwing' failed to test its input: broken test",
+                                "Algorithm 'Throwing' cannot run on the given input (1 data sets)",
+                                "Algorithm 'Throwing' failed to test its input: broken test",
+                            }));
+}
+
+TEST(AlgorithmFactory, RefusesEmptyAndDuplicateIdentifiers) {
+    SampleFactory factory;
+    Tarnwick::Test::LogCapture log;
+    EXPECT_FALSE(factory.registerAlgorithm<SourceAlgorithm>("Copy", "Other;Copy"));
+    EXPECT_FALSE(factory.registerAlgorithm<SourceAlgorithm>("", "Other;Nameless"));
+    EXPECT_EQ(factory.entries().size(), 4u);
+    EXPECT_EQ(factory.entry("Copy")->menuName, "Data;Copy");
+    EXPECT_EQ(log.errors(),
+              (std::vector<std::string>{"Factory 'Sample': algorithm 'Copy' is already registered",
+                                        "Factory 'Sample': cannot register an algorithm without an identifier"}));
+}
+
+TEST(AlgorithmFactory, PrototypeExistsOnlyForClassesWithoutRequiredInput) {
+    SampleFactory factory;
+    EXPECT_EQ(factory.entry("Copy")->prototype, nullptr);
+    ASSERT_NE(factory.entry("Source")->prototype, nullptr);
+    auto prototype = factory.entry("Source")->prototype();
+    ASSERT_NE(prototype, nullptr);
+    ASSERT_NE(prototype->parameter("count"), nullptr);
+    EXPECT_EQ(prototype->parameter("count")->toString(), "3");
+}
+
+TEST(Algorithm, SurvivesDeletionOfDataItWasNotCreatedOn) {
+    SampleFactory factory;
+    Data input("input"), other("other");
+    auto algorithm = factory.create("Copy", DataList{&input});
+    ASSERT_NE(algorithm, nullptr);
+    EXPECT_FALSE(algorithm->survivesDataDeletion(&input));
+    EXPECT_TRUE(algorithm->survivesDataDeletion(&other));
+}
