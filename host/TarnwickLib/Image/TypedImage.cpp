@@ -38,15 +38,27 @@ std::unique_ptr<TypedImage<T>> TypedImage<T>::create(const ImageDescriptor& desc
 }
 
 template <typename T>
-std::unique_ptr<TypedImage<T>> TypedImage<T>::create(const ImageDescriptor& descriptor) {
+std::unique_ptr<TypedImage<T>> TypedImage<T>::allocate(const ImageDescriptor& descriptor, bool zeroFill) {
     ImageDescriptor typed = descriptor;
     typed.pixelType = pixelTypeOf<T>();
     std::string error = typed.validationError();
     if (!error.empty())
         throw std::invalid_argument("cannot create image: " + error);
-    auto owned = std::make_unique<T[]>(typed.numValues());
+    const std::size_t n = typed.numValues();
+    // Default-initialised new[] leaves the pages untouched (C++17 has no make_unique_for_overwrite).
+    std::unique_ptr<T[]> owned = zeroFill ? std::make_unique<T[]>(n) : std::unique_ptr<T[]>(new T[n]);
     T* data = owned.get();
     return std::make_unique<TypedImage>(Key{}, typed, data, std::move(owned));
+}
+
+template <typename T>
+std::unique_ptr<TypedImage<T>> TypedImage<T>::create(const ImageDescriptor& descriptor) {
+    return allocate(descriptor, true);
+}
+
+template <typename T>
+std::unique_ptr<TypedImage<T>> TypedImage<T>::uninitialized(const ImageDescriptor& descriptor) {
+    return allocate(descriptor, false);
 }
 
 template <typename T>

@@ -22,6 +22,9 @@ public:
     /// A zero-filled image with the descriptor's dimensions, channels and spacing; the descriptor's
     /// pixel type is ignored (it becomes T's). Throws std::invalid_argument when the shape is invalid.
     static std::unique_ptr<TypedImage> create(const ImageDescriptor& descriptor);
+    /// Like create(descriptor) but the values are left indeterminate and the memory is not touched,
+    /// for callers that overwrite every value (readers, operations writing a full output).
+    static std::unique_ptr<TypedImage> uninitialized(const ImageDescriptor& descriptor);
     /// A zero-filled image with spacing 1. Throws std::invalid_argument for non-positive sizes.
     static std::unique_ptr<TypedImage> zeros(const Eigen::Vector3i& dimensions, int channels = 1);
 
@@ -60,6 +63,9 @@ public:
     TypedImage(Key, const ImageDescriptor& descriptor, T* data, std::unique_ptr<T[]> owned);
 
 private:
+    /// Validates the shape (throwing std::invalid_argument) before allocating owned memory.
+    static std::unique_ptr<TypedImage> allocate(const ImageDescriptor& descriptor, bool zeroFill);
+
     std::unique_ptr<T[]> m_owned;
     T* m_data = nullptr;
 };
