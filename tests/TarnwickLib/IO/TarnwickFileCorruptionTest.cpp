@@ -1,0 +1,232 @@
+#include "support/LogCapture.h"
+#include "support/TempDir.h"
+#include "TarnwickFileTestSupport.h"
+
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+using namespace Tarnwick;
+using Tarnwick::Test::FileBytes;
+using Tarnwick::Test::LogCapture;
+using Tarnwick::Test::Numbers;
+using Tarnwick::Test::NumbersFilePlugin;
+using Tarnwick::Test::TarnwickFileTest;
+using Tarnwick::Test::TempDir;
+
+namespace {
+
+std::string twoRecords() {
+    return FileBytes()
+        .header(2)
+        .record(NumbersFilePlugin::typeId, 3, "first", FileBytes::numbers({1, 2}))
+        .record(NumbersFilePlugin::typeId, 3, "second", FileBytes::numbers({3}))
+        .str();
+}
+
+std::string readError(const std::string& bytes) {
+    std::istringstream in(bytes);
+    std::string error;
+    const auto loaded = TarnwickFile::read(in, nullptr, error);
+    return loaded ? "loaded " + std::to_string(loaded->size()) : error;
+}
+
+std::string fileContent(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void writeFile(const std::string& path, const std::string& content) {
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+// A stream that cannot seek, so the reader cannot learn how many bytes remain.
+class ForwardOnlyBuffer : public std::streambuf {
+public:
+    explicit ForwardOnlyBuffer(std::string data) : m_data(std::move(data)) {
+        setg(m_data.data(), m_data.data(), m_data.data() + m_data.size());
+    }
+
+private:
+    std::string m_data;
+};
+
+} // namespace
+
+TEST_F(TarnwickFileTest, EveryTruncationFailsWithAClearReason) {
+    const std::string whole = twoRecords();
+    ASSERT_EQ(readError(whole), "loaded 2");
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        const std::string error = readError(whole.substr(0, length));
+        EXPECT_FALSE(error.rfind("loaded", 0) == 0) << "length " << length;
+        EXPECT_FALSE(error.empty()) << "length " << length;
+    }
+    EXPECT_EQ(readError(""), "not a data file (it does not start with 'TARNWICK')");
+    EXPECT_EQ(readError(whole.substr(0, 10)), "the file ends inside its header");
+    EXPECT_EQ(readError(whole.substr(0, 20)), "the file ends inside record 1 of 2");
+    EXPECT_EQ(readError(whole.substr(0, whole.size() - 1)),
+              "record 2 of 2 ('second') claims 12 bytes but only 11 remain");
+}
+
+TEST_F(TarnwickFileTest, TruncatedPayloadIsDetectedWithoutSeeking) {
+    const std::string whole = twoRecords();
+    ForwardOnlyBuffer buffer(whole.substr(0, whole.size() - 1));
+    std::istream in(&buffer);
+    std::string error;
+    EXPECT_FALSE(TarnwickFile::read(in, nullptr, error));
+    EXPECT_EQ(error, "the file ends inside record 2 of 2");
+}
+
+TEST_F(TarnwickFileTest, EveryBitFlipIsSurvived) {
+    const std::string whole = twoRecords();
+    int rejected = 0;
+    for (std::size_t byte = 0; byte < whole.size(); ++byte) {
+        for (int bit = 0; bit < 8; ++bit) {
+            std::string flipped = whole;
+            flipped[byte] = char(flipped[byte] ^ (1 << bit));
+            std::istringstream in(flipped);
+            std::string error;
+            LogCapture log;
+            const auto loaded = TarnwickFile::read(in, nullptr, error);
+            // Either it loads (a flip inside a value) or it fails with a reason.
+            EXPECT_NE(bool(loaded), !error.empty()) << "byte " << byte << " bit " << bit;
+            rejected += loaded ? 0 : 1;
+        }
+    }
+    EXPECT_GT(rejected, 100); // magic, version, counts, lengths and plug-in counts are all checked
+}
+
+TEST_F(TarnwickFileTest, HeaderFieldsAreChecked) {
+    EXPECT_EQ(readError("TARNWICX" + twoRecords().substr(8)), "not a data file (it does not start with 'TARNWICK')");
+    EXPECT_EQ(readError(FileBytes().header(0, 0).str()),
+              "unsupported format version 0 (this program reads versions 1 to 1)");
+    EXPECT_EQ(readError(FileBytes().header(0, 2).str()),
+              "unsupported format version 2 (this program reads versions 1 to 1)");
+    EXPECT_EQ(readError(FileBytes().header(0).str()), "loaded 0");
+}
+
+TEST_F(TarnwickFileTest, LengthsFromTheFileAreNotTrusted) {
+    const std::string maxCount = FileBytes()
+                                     .header(std::numeric_limits<std::uint32_t>::max())
+                                     .record(NumbersFilePlugin::typeId, 3, "only", FileBytes::numbers({1}))
+                                     .str();
+    EXPECT_EQ(readError(maxCount), "the file ends inside record 2 of 4294967295");
+
+    const std::string hugeName = FileBytes()
+                                     .header(1)
+                                     .value(std::uint32_t(NumbersFilePlugin::typeId))
+                                     .value(std::uint32_t(3))
+                                     .value(std::numeric_limits<std::uint32_t>::max())
+                                     .str();
+    EXPECT_EQ(readError(hugeName), "record 1 of 1 has a name of 4294967295 bytes (at most 65536 are allowed)");
+
+    const std::string hugePayload = FileBytes()
+                                        .header(1)
+                                        .value(std::uint32_t(NumbersFilePlugin::typeId))
+                                        .value(std::uint32_t(3))
+                                        .value(std::uint32_t(1))
+                                        .text("x")
+                                        .value(std::uint64_t(1) << 62)
+                                        .text("abc")
+                                        .str();
+    EXPECT_EQ(readError(hugePayload), "record 1 of 1 ('x') claims 4611686018427387904 bytes but only 3 remain");
+    ForwardOnlyBuffer buffer(hugePayload);
+    std::istream forwardOnly(&buffer);
+    std::string error;
+    EXPECT_FALSE(TarnwickFile::read(forwardOnly, nullptr, error));
+    EXPECT_EQ(error, "the file ends inside record 1 of 1");
+}
+
+TEST_F(TarnwickFileTest, RecordThePluginCannotReadFailsTheLoad) {
+    // Claims three numbers but holds one.
+    const std::string payload = FileBytes().value(std::uint32_t(3)).value(1.0).str();
+    EXPECT_EQ(readError(FileBytes().header(1).record(NumbersFilePlugin::typeId, 3, "short", payload).str()),
+              "record 1 of 1 ('short', type 1001) could not be read");
+}
+
+TEST_F(TarnwickFileTest, UnknownRecordsAreSkippedButMustBeComplete) {
+    LogCapture log;
+    const std::string unknownFirst = FileBytes()
+                                         .header(2)
+                                         .record(77, 1, "future", std::string(100000, 'z'))
+                                         .record(NumbersFilePlugin::typeId, 3, "known", FileBytes::numbers({5}))
+                                         .str();
+    EXPECT_EQ(readError(unknownFirst), "loaded 1");
+    EXPECT_EQ(log.warnings(), std::vector<std::string>{"Skipping record 'future' of unknown type 77"});
+
+    ForwardOnlyBuffer buffer(unknownFirst.substr(0, 5000));
+    std::istream in(&buffer);
+    std::string error;
+    EXPECT_FALSE(TarnwickFile::read(in, nullptr, error));
+    EXPECT_EQ(error, "the file ends inside record 1 of 2");
+}
+
+TEST_F(TarnwickFileTest, TrailingBytesAreReportedButDoNotFailTheLoad) {
+    LogCapture log;
+    EXPECT_EQ(readError(twoRecords() + "junk"), "loaded 2");
+    EXPECT_EQ(log.warnings(), std::vector<std::string>{"Ignoring data after the last of 2 records"});
+}
+
+TEST_F(TarnwickFileTest, MissingOrUnreadableFilesAreReported) {
+    TempDir folder;
+    LogCapture log;
+    EXPECT_FALSE(TarnwickFile::load(folder.file("absent.tnw")));
+    EXPECT_FALSE(TarnwickFile::load(folder.path().string()));
+    writeFile(folder.file("text.tnw"), "hello");
+    EXPECT_FALSE(TarnwickFile::load(folder.file("text.tnw")));
+    EXPECT_EQ(log.errors(),
+              (std::vector<std::string>{"Cannot load '" + folder.file("absent.tnw") + "': no such file",
+                                        "Cannot load '" + folder.path().string() + "': not a regular file",
+                                        "Cannot load '" + folder.file("text.tnw") +
+                                            "': not a data file (it does not start with 'TARNWICK')"}));
+}
+
+TEST_F(TarnwickFileTest, FailedSaveKeepsThePreviousFile) {
+    TempDir folder;
+    const std::string path = folder.file("kept.tnw");
+    Numbers original("original", {1, 2, 3});
+    ASSERT_TRUE(TarnwickFile::save(path, DataList{&original}));
+    const std::string before = fileContent(path);
+    Numbers replacement("replacement", {4, 5});
+
+    LogCapture log;
+    numbers->failure = NumbersFilePlugin::Failure::ReturnFalse;
+    EXPECT_FALSE(TarnwickFile::save(path, DataList{&replacement}));
+    numbers->failure = NumbersFilePlugin::Failure::Throw;
+    EXPECT_FALSE(TarnwickFile::save(path, DataList{&replacement}));
+
+    EXPECT_EQ(log.errors(), (std::vector<std::string>{
+                                "Cannot save '" + path +
+                                    "': the file plug-in could not write 'replacement' (Tarnwick::Test::Numbers)",
+                                "Cannot save '" + path + "': a file plug-in failed: disk on fire"}));
+    EXPECT_EQ(fileContent(path), before);
+    // No temporary file is left behind.
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+TEST_F(TarnwickFileTest, SaveFailsClearlyWhereNoFileCanBeWritten) {
+    TempDir folder;
+    std::filesystem::create_directory(folder.path() / "taken.tnw");
+    Numbers data("n", {1});
+    LogCapture log;
+    EXPECT_FALSE(TarnwickFile::save(folder.file("missing/x.tnw"), DataList{&data}));
+    EXPECT_FALSE(TarnwickFile::save(folder.file("taken.tnw"), DataList{&data}));
+    ASSERT_EQ(log.errors().size(), 2u);
+    EXPECT_EQ(log.errors()[0], "Cannot save '" + folder.file("missing/x.tnw") +
+                                   "': cannot create a temporary file in '" + folder.file("missing") +
+                                   "': No such file or directory");
+    EXPECT_EQ(log.errors()[1].rfind("Cannot save '" + folder.file("taken.tnw") + "': cannot replace '", 0), 0u)
+        << log.errors()[1];
+    EXPECT_TRUE(std::filesystem::is_directory(folder.path() / "taken.tnw"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+TEST_F(TarnwickFileTest, SavedFileGetsReadablePermissions) {
+    TempDir folder;
+    Numbers data("n", {1});
+    ASSERT_TRUE(TarnwickFile::save(folder.file("new.tnw"), DataList{&data}));
+    const auto permissions = std::filesystem::status(folder.file("new.tnw")).permissions();
+    EXPECT_NE(permissions & std::filesystem::perms::group_read, std::filesystem::perms::none);
+    EXPECT_NE(permissions & std::filesystem::perms::others_read, std::filesystem::perms::none);
+}
