@@ -108,13 +108,6 @@ TEST_F(LogTest, ConsoleSinkWritesLevelCategoryAndMessage) {
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "[WARNING] Graph: careful\n[ERROR] broken\n");
 }
 
-TEST_F(LogTest, LevelNames) {
-    EXPECT_STREQ(Log::levelName(Log::Trace), "TRACE");
-    EXPECT_STREQ(Log::levelName(Log::Warning), "WARNING");
-    EXPECT_STREQ(Log::levelName(Log::Fatal), "FATAL");
-    EXPECT_STREQ(Log::levelName(42), "UNKNOWN");
-}
-
 TEST_F(LogTest, ConcurrentLoggingKeepsEveryMessage) {
     LogCapture capture;
     constexpr int threads = 4, perThread = 500;
