@@ -1,0 +1,234 @@
+#include "IOTestGraphs.h"
+
+#include "../GraphComparison.h"
+#include "../GraphInvariants.h"
+#include "support/LogCapture.h"
+
+#include <TarnwickGraph/IO/GraphMLReader.h>
+#include <TarnwickGraph/IO/GraphMLWriter.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+namespace Tarnwick {
+namespace {
+
+using Test::graphIsConsistent;
+using Test::LogCapture;
+using Test::makeRichGraph;
+using Test::sameContent;
+
+std::unique_ptr<Graph> readText(const std::string& text) {
+    std::istringstream in(text);
+    return GraphMLReader::read(in);
+}
+
+/// A GraphML document with the given keys and graph body.
+std::string document(const std::string& keys, const std::string& graphAttributes, const std::string& body) {
+    return "<?xml version=\"1.0\"?>\n<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\">\n" + keys + "<graph" +
+           graphAttributes + ">\n" + body + "</graph>\n</graphml>\n";
+}
+
+const std::string positionKeys2D = "<key id=\"x\" for=\"node\" attr.name=\"x\" attr.type=\"double\"/>\n"
+                                   "<key id=\"y\" for=\"node\" attr.name=\"y\" attr.type=\"double\"/>\n";
+
+TEST(GraphMLLayout, KeysGraphNodesAndEdgesAreWrittenInOrder) {
+    Graph graph(Graph::Directed, Graph::Dim3D);
+    graph.addNodeFeatureDescriptors({{"degree", 0.0}});
+    graph.getOrCreateEdgeFeatureIdx("length", 0.0);
+    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(0.5, 1.0, -2.0), {3.0}));
+    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(0.1, 1e-7, 3.0), {1.0}));
+    graph.addEdge(2, 1, Graph::EdgeInfo{{0.25, 4.5}, Properties()});
+
+    const std::string expected = R"(<?xml version="1.0" encoding="utf-8"?>
+<graphml xmlns="http://graphml.graphdrawing.org/xmlns">
+    <key id="x" for="node" attr.name="x" attr.type="double"/>
+    <key id="y" for="node" attr.name="y" attr.type="double"/>
+    <key id="z" for="node" attr.name="z" attr.type="double"/>
+    <key id="degree" for="node" attr.name="degree" attr.type="double"/>
+    <key id="diameter" for="edge" attr.name="diameter" attr.type="double"/>
+    <key id="length" for="edge" attr.name="length" attr.type="double"/>
+    <graph id="G" edgedefault="directed">
+        <node id="n1">
+            <data key="x">0.5</data>
+            <data key="y">1</data>
+            <data key="z">-2</data>
+            <data key="degree">3</data>
+        </node>
+        <node id="n2">
+            <data key="x">0.1</data>
+            <data key="y">1e-07</data>
+            <data key="z">3</data>
+            <data key="degree">1</data>
+        </node>
+        <edge source="n2" target="n1">
+            <data key="diameter">0.25</data>
+            <data key="length">4.5</data>
+        </edge>
+    </graph>
+</graphml>
+)";
+    EXPECT_EQ(GraphMLWriter::write(graph, true), expected);
+}
+
+TEST(GraphMLLayout, TwoDimensionalGraphsAndDisabledFeaturesLeaveThoseOut) {
+    auto flat = makeRichGraph(Graph::Undirected, Graph::Dim2D);
+    const std::string withFeatures = GraphMLWriter::write(*flat, true);
+    EXPECT_EQ(withFeatures.find("\"z\""), std::string::npos);
+    EXPECT_NE(withFeatures.find("<graph id=\"G\" edgedefault=\"undirected\">"), std::string::npos);
+
+    auto deep = makeRichGraph(Graph::Directed, Graph::Dim3D);
+    const std::string positionsOnly = GraphMLWriter::write(*deep, false);
+    const std::string keys = positionsOnly.substr(0, positionsOnly.find("<graph "));
+    EXPECT_EQ(keys, "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                    "<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\">\n"
+                    "    <key id=\"x\" for=\"node\" attr.name=\"x\" attr.type=\"double\"/>\n"
+                    "    <key id=\"y\" for=\"node\" attr.name=\"y\" attr.type=\"double\"/>\n"
+                    "    <key id=\"z\" for=\"node\" attr.name=\"z\" attr.type=\"double\"/>\n    ");
+    EXPECT_EQ(positionsOnly.find("key=\"degree\""), std::string::npos);
+    auto reloaded = readText(positionsOnly);
+    ASSERT_TRUE(reloaded);
+    EXPECT_TRUE(reloaded->nodeFeatureDescriptors().empty());
+    EXPECT_TRUE(reloaded->edgeFeatureDescriptors().empty());
+    EXPECT_EQ(reloaded->numEdges(), deep->numEdges());
+}
+
+TEST(GraphMLLayout, FeatureNamesNeedingEscapesSurviveTheKeyRewrite) {
+    Graph graph(Graph::Undirected, Graph::Dim2D);
+    graph.clearFeatureDescriptors();
+    graph.addNodeFeatureDescriptors({{"a<b & \"c\"", 0.0}, {"with.dot", 0.0}});
+    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(1, 2, 0), {5.0, 6.0}));
+    const std::string text = GraphMLWriter::write(graph, true);
+    EXPECT_NE(text.find("<key id=\"with.dot\" for=\"node\" attr.name=\"with.dot\" attr.type=\"double\"/>"),
+              std::string::npos);
+    EXPECT_EQ(text.find("attr=\"\""), std::string::npos);
+    auto loaded = readText(text);
+    ASSERT_TRUE(loaded);
+    EXPECT_TRUE(sameContent(graph, *loaded));
+}
+
+TEST(GraphMLRoundTrip, ContentSurvivesForEachTypeAndDimension) {
+    for (auto type : {Graph::Directed, Graph::Undirected}) {
+        for (auto dimension : {Graph::Dim2D, Graph::Dim3D}) {
+            SCOPED_TRACE(testing::Message() << "type " << type << " dimension " << dimension);
+            auto original = makeRichGraph(type, dimension);
+            auto loaded = readText(GraphMLWriter::write(*original, true));
+            ASSERT_TRUE(loaded);
+            EXPECT_TRUE(sameContent(*original, *loaded));
+            // File ids are not kept: the nodes are numbered as they are added.
+            EXPECT_EQ(loaded->maxNodeId(), 3u);
+        }
+    }
+}
+
+TEST(GraphMLRoundTrip, DoublesAreExact) {
+    const double values[] = {0.1 + 0.2,
+                             1.0 / 3.0,
+                             -0.0,
+                             5e-324,
+                             std::numeric_limits<double>::max(),
+                             -std::numeric_limits<double>::infinity(),
+                             123456789.123456789};
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    for (double v : values)
+        graph.addNode(Graph::NodeInfo(Eigen::Vector3d(v, -v, v * 0.5), {}));
+    auto loaded = readText(GraphMLWriter::write(graph, true));
+    ASSERT_TRUE(loaded);
+    EXPECT_TRUE(sameContent(graph, *loaded));
+    std::vector<double> xs;
+    loaded->forEachNode([&](unsigned long, const Graph::NodeInfo& node) { xs.push_back(node.position.x()); });
+    EXPECT_TRUE(std::signbit(xs.at(2))) << "negative zero keeps its sign";
+}
+
+TEST(GraphMLReading, StringIdsDefaultsAndDirection) {
+    const std::string keys = positionKeys2D + "<key id=\"w\" for=\"edge\"><default>2.5</default></key>\n"
+                                              "<key id=\"r\" for=\"node\" attr.name=\"radius\"/>\n"
+                                              "<key id=\"g\" for=\"graph\"/>\n";
+    // The edge comes before its nodes, b has no radius, c carries data for undeclared keys.
+    const std::string body = "<data key=\"g\">ignored</data>\n"
+                             "<edge source=\"a\" target=\"b\"><data key=\"w\"> 7 </data></edge>\n"
+                             "<node id=\"a\"><data key=\"x\">1</data><data key=\"y\">2</data>"
+                             "<data key=\"r\">0.5</data></node>\n"
+                             "<node id=\"b\"><data key=\"x\">3</data></node>\n"
+                             "<node id=\"c\"><data key=\"z\">9</data><data key=\"label\">text</data></node>\n"
+                             "<edge source=\"c\" target=\"a\"/>\n";
+    for (const char* edgeDefault : {"", " edgedefault=\"undirected\"", " edgedefault=\"directed\""}) {
+        SCOPED_TRACE(edgeDefault);
+        auto graph = readText(document(keys, edgeDefault, body));
+        ASSERT_TRUE(graph);
+        EXPECT_TRUE(graphIsConsistent(*graph));
+        EXPECT_EQ(graph->type(), std::string(edgeDefault).find("\"directed") != std::string::npos ? Graph::Directed
+                                                                                                  : Graph::Undirected);
+        EXPECT_EQ(graph->dimension(), Graph::Dim2D);
+        ASSERT_EQ(graph->numNodes(), 3u);
+        EXPECT_EQ(graph->neighborhood(1).begin()->first, 2u); // a = 1, b = 2, c = 3
+        EXPECT_EQ(graph->nodeFeatureDescriptors(), (std::vector<Graph::FeatureDescriptor>{{"r", 0.0}}));
+        EXPECT_EQ(graph->edgeFeatureDescriptors(), (std::vector<Graph::FeatureDescriptor>{{"w", 2.5}}));
+        EXPECT_EQ(graph->edge(1, 2)->features, std::vector<double>{7.0});
+        EXPECT_EQ(graph->edge(3, 1)->features, std::vector<double>{2.5});
+        std::vector<Graph::NodeInfo> nodes;
+        graph->forEachNode([&](unsigned long, const Graph::NodeInfo& node) { nodes.push_back(node); });
+        EXPECT_EQ(nodes[0], Graph::NodeInfo(Eigen::Vector3d(1, 2, 0), {0.5}));
+        EXPECT_EQ(nodes[1], Graph::NodeInfo(Eigen::Vector3d(3, 0, 0), {0.0}));
+        EXPECT_EQ(nodes[2], Graph::NodeInfo(Eigen::Vector3d(0, 0, 0), {0.0}));
+    }
+}
+
+TEST(GraphMLReading, ImportIsSummarisedAtInfoLevel) {
+    auto original = makeRichGraph(Graph::Undirected, Graph::Dim3D);
+    LogCapture log;
+    ASSERT_TRUE(readText(GraphMLWriter::write(*original, true)));
+    EXPECT_EQ(
+        log.messages(Log::Info),
+        std::vector<std::string>{"Imported 3D graph with 3 nodes, 3 edges, 2 edge feature(s) and 2 node feature(s)."});
+    EXPECT_TRUE(log.errors().empty());
+}
+
+TEST(GraphMLReading, BrokenFilesYieldNoGraphAndAClearMessage) {
+    const std::string keys = positionKeys2D + "<key id=\"w\" for=\"edge\"/>\n";
+    const std::string nodes = "<node id=\"a\"/><node id=\"b\"/>\n";
+    struct Case {
+        std::string text, message;
+    };
+    const Case cases[] = {
+        {"", "Parsed GraphML tree is empty"},
+        {"<?xml version=\"1.0\"?>\n<!-- nothing -->\n", "Parsed GraphML tree is empty"},
+        {"<other/>", "Error during parsing of file: no graphml root element"},
+        {"<graphml>" + keys + "</graphml>", "Error during parsing of file: no graph element"},
+        {document(keys, "", nodes + "<edge source=\"a\" target=\"zz\"/>\n"),
+         "Error during parsing of file: Edge refers to undefined node: a or zz"},
+        {document(keys, "", nodes + "<edge target=\"a\"/>\n"),
+         "Error during parsing of file: Edge refers to undefined node:  or a"},
+        {document(keys, "", "<node id=\"a\"><data key=\"x\">1,5</data></node>\n"),
+         "Error during parsing of file: node 'a': value '1,5' of key 'x' is not a number"},
+        {document(keys, "", nodes + "<edge source=\"b\" target=\"a\"><data key=\"w\">true</data></edge>\n"),
+         "Error during parsing of file: edge 'b' -> 'a': value 'true' of key 'w' is not a number"},
+        {document(keys, "", "<node id=\"a\"/><node id=\"a\"/>\n"),
+         "Error during parsing of file: node id 'a' is used twice"},
+        {document(keys, "", "<node/>\n"), "Error during parsing of file: a node element has no id"},
+        {document("<key id=\"k\" for=\"node\"><default>big</default></key>", "", ""),
+         "Error during parsing of file: default value 'big' of key 'k' is not a number"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        LogCapture log;
+        EXPECT_FALSE(readText(c.text));
+        EXPECT_EQ(log.errors(), std::vector<std::string>{c.message});
+    }
+}
+
+TEST(GraphMLReading, ParserErrorsCarryTheParserMessage) {
+    for (const std::string text : {"<graphml><graph>", "<graphml><graph", "\x01\x02 not xml"}) {
+        LogCapture log;
+        EXPECT_FALSE(readText(text));
+        ASSERT_EQ(log.errors().size(), 1u);
+        EXPECT_EQ(log.errors()[0].rfind("Could not parse GraphML input: ", 0), 0u) << log.errors()[0];
+        EXPECT_GT(log.errors()[0].size(), std::string("Could not parse GraphML input: ").size());
+    }
+}
+
+} // namespace
+} // namespace Tarnwick
