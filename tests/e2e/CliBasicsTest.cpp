@@ -1,0 +1,136 @@
+#include "CliRunner.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+using Tarnwick::Test::CliResult;
+using Tarnwick::Test::runCli;
+
+namespace {
+
+const std::string pluginFolder = TEST_PLUGIN_DIR;
+
+// Runs with only the test plug-ins (never those that happen to lie next to the executable).
+CliResult runWithTestPlugins(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--no-default-plugins", "--plugin-dir", pluginFolder});
+    return runCli(arguments);
+}
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST(CliBasics, VersionAndHelp) {
+    const CliResult version = runCli({"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.out, "tarnwick-cli 4.5.0\n");
+
+    const CliResult help = runCli({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char* word : {"plugins", "algorithms", "--plugin-dir", "--log-level"})
+        EXPECT_TRUE(contains(help.out, word)) << word;
+}
+
+TEST(CliBasics, BadArgumentsFailWithAReason) {
+    struct Case {
+        std::vector<std::string> arguments;
+        std::string reason;
+    };
+    const std::vector<Case> cases{
+        {{}, "A subcommand is required"},
+        {{"frobnicate"}, "frobnicate"},
+        {{"--log-level", "9", "plugins"}, "--log-level"},
+        {{"--log-level", "loud", "plugins"}, "--log-level"},
+        {{"--plugin-dir", "/nonexistent/plug-ins", "plugins"}, "/nonexistent/plug-ins"},
+        {{"algorithms", "--colour"}, "--colour"},
+        {{"plugins", "algorithms"}, "algorithms"},
+    };
+    for (const Case& c : cases) {
+        const CliResult result = runCli(c.arguments);
+        const std::string shown = ::testing::PrintToString(c.arguments);
+        EXPECT_NE(result.exitCode, 0) << shown;
+        EXPECT_TRUE(contains(result.err, c.reason)) << shown << ": " << result.err;
+        EXPECT_EQ(result.out, "") << shown;
+    }
+}
+
+TEST(CliBasics, PluginsListsLoadedAndRefusedLibraries) {
+    const CliResult result = runWithTestPlugins({"plugins"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::string expected = "Plug-in folders searched:\n"
+                                 "  " +
+                                 pluginFolder +
+                                 "\n"
+                                 "Loaded plug-ins:\n"
+                                 "  Test.Accepted 1.2: Plug-in for testing the host (by Tarnwick tests)\n"
+                                 "    " +
+                                 pluginFolder +
+                                 "/libTestAccepted.so\n"
+                                 "  Test.Dependent 1.2: Plug-in for testing the host (by Tarnwick tests)\n"
+                                 "    " +
+                                 pluginFolder +
+                                 "/libTestADependent.so\n"
+                                 "Refused plug-ins:\n"
+                                 "  " +
+                                 pluginFolder +
+                                 "/libTestBuildFlags.so\n"
+                                 "    build flag mismatch 'NONE' vs 'GLIBCXX_DEBUG:_GLIBCXX_DEBUG'\n"
+                                 "  " +
+                                 pluginFolder +
+                                 "/libTestNoCreate.so\n"
+                                 "    missing symbol tarnwickCreatePlugin\n"
+                                 "  " +
+                                 pluginFolder +
+                                 "/libTestOldHost.so\n"
+                                 "    host version mismatch 4.4.2 vs 4.5.0\n"
+                                 "  " +
+                                 pluginFolder +
+                                 "/libTestWrongMagic.so\n"
+                                 "    wrong magic '__OTHER_MAGIC__' in its descriptor\n"
+                                 "  " +
+                                 pluginFolder +
+                                 "/libTestInitFails.so\n"
+                                 "    init() returned 7\n"
+                                 "  " +
+                                 pluginFolder +
+                                 "/libTestMissingDependency.so\n"
+                                 "    missing dependency 'Test.Absent'\n";
+    EXPECT_EQ(result.out, expected);
+    // The refusals are also logged as warnings, unless the log level hides them.
+    EXPECT_TRUE(contains(result.err, "[WARNING] PluginManager: Skipping plug-in '" + pluginFolder +
+                                         "/libTestOldHost.so': host version mismatch 4.4.2 vs 4.5.0"));
+    EXPECT_EQ(runWithTestPlugins({"--log-level", "4", "plugins"}).err, "");
+}
+
+TEST(CliBasics, WithoutPluginsSaysSo) {
+    Tarnwick::Test::TempDir empty;
+    const CliResult plugins = runCli({"--no-default-plugins", "--plugin-dir", empty.path().string(), "plugins"});
+    EXPECT_EQ(plugins.exitCode, 0);
+    EXPECT_EQ(plugins.out, "Plug-in folders searched:\n  " + empty.path().string() +
+                               "\nLoaded plug-ins: none\nRefused plug-ins: none\n");
+    const CliResult algorithms = runCli({"--no-default-plugins", "algorithms", "--verbose"});
+    EXPECT_EQ(algorithms.exitCode, 0);
+    EXPECT_EQ(algorithms.out, "No algorithms available: no loaded plug-in provides any.\n");
+}
+
+TEST(CliBasics, AlgorithmsListsIdentifiersAndMenuNames) {
+    const CliResult result = runWithTestPlugins({"--log-level", "4", "algorithms"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, "identifier  menu name\n"
+                          "Greeting    Test;Greeting\n"
+                          "Greeting    Test;Greeting\n");
+}
+
+TEST(CliBasics, VerboseAlgorithmsShowsParameters) {
+    const CliResult result = runWithTestPlugins({"--log-level", "4", "algorithms", "--verbose"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::string parameters =
+        "  parameter  type    default  label     attributes\n"
+        "  greeting   string  hello    Greeting\n"
+        "  repeat     int     1        Repeat    min=1 tooltip=\"How many greetings to make.\"\n"
+        "  volume     enum    Quiet    Volume    values=\"Quiet,Loud\"\n";
+    EXPECT_EQ(result.out, "Greeting  (Test;Greeting; factory 'Test.Accepted')\n" + parameters + "\n" +
+                              "Greeting  (Test;Greeting; factory 'Test.Dependent')\n" + parameters);
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Tarnwick::Test {
+
+struct CliResult {
+    int exitCode = -1;
+    std::string out; ///< standard output
+    std::string err; ///< standard error
+};
+
+/// Runs the built tarnwick-cli with `arguments` (passed as they are, no shell expansion) and
+/// collects its exit code and both output streams.
+CliResult runCli(const std::vector<std::string>& arguments);
+
+} // namespace Tarnwick::Test
