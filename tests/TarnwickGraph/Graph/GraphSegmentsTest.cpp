@@ -1,0 +1,189 @@
+#include "../GraphInvariants.h"
+#include "GraphTestGraphs.h"
+#include "support/LogCapture.h"
+
+#include <TarnwickGraph/Graph/GraphUtils.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <numeric>
+#include <random>
+#include <tuple>
+
+namespace Tarnwick {
+namespace {
+
+using Tarnwick::Test::makeGraph;
+
+/// Y shape: chain 1-2-3-4, branch node 4 with arms 4-5-6 and 4-7.
+std::unique_ptr<Graph> makeY() {
+    return makeGraph(Graph::Undirected, 7, {{1, 2}, {2, 3}, {3, 4}, {4, 5}, {5, 6}, {4, 7}});
+}
+
+void setFirstFeature(Graph& graph, unsigned long u, unsigned long v, double value) {
+    graph.editEdge(u, v, [&](Graph::EdgeInfo& edge) { edge.features[0] = value; });
+}
+
+/// Segment sums computed independently: edges that meet at a node with exactly two adjacency entries are
+/// joined with union-find, then each class is summed. Keys are (u, v) with u <= v.
+std::map<std::pair<unsigned long, unsigned long>, double> referenceSegmentSums(const Graph& graph) {
+    std::vector<std::pair<unsigned long, unsigned long>> edges;
+    std::vector<double> values;
+    graph.forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long u, unsigned long v) {
+        edges.push_back({u, v});
+        values.push_back(edge.features[0]);
+    });
+    std::vector<std::size_t> parent(edges.size());
+    std::iota(parent.begin(), parent.end(), 0);
+    std::function<std::size_t(std::size_t)> find = [&](std::size_t x) {
+        return parent[x] == x ? x : parent[x] = find(parent[x]);
+    };
+    std::map<unsigned long, std::vector<std::size_t>> edgesAt;
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        edgesAt[edges[i].first].push_back(i);
+        edgesAt[edges[i].second].push_back(i);
+    }
+    for (const auto& [node, incident] : edgesAt)
+        if (graph.neighborhood(node).size() == 2)
+            parent[find(incident[0])] = find(incident[1]);
+    std::map<std::size_t, double> sums;
+    for (std::size_t i = 0; i < edges.size(); ++i)
+        sums[find(i)] += values[i];
+    std::map<std::pair<unsigned long, unsigned long>, double> result;
+    for (std::size_t i = 0; i < edges.size(); ++i)
+        result[edges[i]] = sums[find(i)];
+    return result;
+}
+
+TEST(GraphLinearPathTest, WalksStopAtBranchesLeavesLoopsAndSelfLoops) {
+    auto y = makeY();
+    EXPECT_EQ(GraphUtils::traversePath(*y, 1, 2), (std::vector<unsigned long>{1, 2, 3, 4}));
+    EXPECT_EQ(GraphUtils::traversePath(*y, 2, 3), (std::vector<unsigned long>{2, 3, 4}));
+    EXPECT_EQ(GraphUtils::traversePath(*y, 4, 5), (std::vector<unsigned long>{4, 5, 6}));
+    EXPECT_EQ(GraphUtils::traversePath(*y, 4, 7), (std::vector<unsigned long>{4, 7}));
+    EXPECT_TRUE(GraphUtils::traversePath(*y, 1, 3).empty());
+    EXPECT_TRUE(GraphUtils::traversePath(*y, 99, 1).empty());
+
+    auto loop = makeGraph(Graph::Undirected, 3, {{1, 2}, {2, 3}, {3, 1}});
+    EXPECT_EQ(GraphUtils::traversePath(*loop, 1, 3), (std::vector<unsigned long>{1, 3, 2, 1}));
+    auto selfLoop = makeGraph(Graph::Undirected, 2, {{1, 2}, {2, 2}});
+    EXPECT_EQ(GraphUtils::traversePath(*selfLoop, 1, 2), (std::vector<unsigned long>{1, 2}));
+}
+
+TEST(GraphLinearPathTest, DirectedWalksReadEdgesAgainstTheirDirection) {
+    auto graph = makeGraph(Graph::Directed, 3, {});
+    graph->addEdge(1, 2, Tarnwick::Test::edgeWith(4.0));
+    graph->addEdge(3, 2, Tarnwick::Test::edgeWith(6.0));
+    const GraphUtils::LinearPath path = GraphUtils::collectLinearPathFeatures(*graph, 1, 2, 0);
+    EXPECT_EQ(path.nodes, (std::vector<unsigned long>{1, 2, 3}));
+    EXPECT_EQ(path.values, (std::vector<double>{4.0, 6.0}));
+    const auto aggregated = GraphUtils::aggregateLinearPathFeatures(*graph, 3, 2, 0, GraphUtils::avgReduction);
+    EXPECT_EQ(aggregated.nodes, (std::vector<unsigned long>{3, 2, 1}));
+    EXPECT_EQ(aggregated.value, 5.0);
+
+    Tarnwick::Test::LogCapture log;
+    EXPECT_TRUE(GraphUtils::collectLinearPathFeatures(*graph, 1, 2, 3).nodes.empty());
+    EXPECT_EQ(log.errors().size(), 1u);
+}
+
+TEST(GraphSegmentAccumulationTest, EveryEdgeGetsItsSegmentSum) {
+    auto y = makeY();
+    y->editEachEdge([](Graph::EdgeInfo& edge, unsigned long u, unsigned long v) { edge.features[0] = u * 10.0 + v; });
+    const int out = GraphUtils::accumulateFeatureAlongSegments(*y, GraphUtils::sumReduction, "diameter", "total");
+    EXPECT_EQ(out, 1);
+    EXPECT_EQ(y->edge(2, 1)->features[1], 12.0 + 23.0 + 34.0);
+    EXPECT_EQ(y->edge(3, 4)->features[1], 12.0 + 23.0 + 34.0);
+    EXPECT_EQ(y->edge(6, 5)->features[1], 45.0 + 56.0);
+    EXPECT_EQ(y->edge(4, 7)->features[1], 47.0);
+    EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*y));
+
+    EXPECT_THROW(GraphUtils::accumulateFeatureAlongSegments(*y, GraphUtils::sumReduction, "radius", "x"),
+                 std::bad_optional_access);
+    Tarnwick::Test::LogCapture log;
+    EXPECT_EQ(GraphUtils::accumulateFeatureAlongSegments(*y, GraphUtils::sumReduction, 7, "x"), -1);
+    EXPECT_FALSE(y->getEdgeFeatureIdx("x").has_value());
+}
+
+TEST(GraphSegmentAccumulationTest, MatchesUnionFindReferenceOnRandomGraphs) {
+    std::mt19937 rng(11);
+    for (int round = 0; round < 200; ++round) {
+        const unsigned long n = 2 + rng() % 14;
+        auto graph = makeGraph(Graph::Undirected, n, {});
+        for (unsigned long i = 2; i <= n; ++i) // random tree plus a few extra edges, no self loops
+            graph->addEdge(i, 1 + rng() % (i - 1), Tarnwick::Test::edgeWith(1 + rng() % 5));
+        for (int extra = static_cast<int>(rng() % 3); extra > 0; --extra) {
+            const unsigned long a = 1 + rng() % n, b = 1 + rng() % n;
+            if (a != b)
+                graph->addEdge(a, b, Tarnwick::Test::edgeWith(1 + rng() % 5));
+        }
+        const auto expected = referenceSegmentSums(*graph);
+        const int out = GraphUtils::accumulateFeatureAlongSegments(*graph, GraphUtils::sumReduction, 0, "sum");
+        graph->forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long u, unsigned long v) {
+            EXPECT_EQ(edge.features[out], expected.at({u, v})) << "round " << round << " edge " << u << "-" << v;
+        });
+    }
+}
+
+TEST(GraphClampSmoothTest, ClampsEachSegmentAroundItsMedian) {
+    auto chain = makeGraph(Graph::Undirected, 5, {{1, 2}, {2, 3}, {3, 4}, {4, 5}});
+    const std::vector<double> values{1.0, 10.0, 1.0, 0.5};
+    for (unsigned long i = 1; i <= 4; ++i)
+        setFirstFeature(*chain, i, i + 1, values[i - 1]);
+    ASSERT_TRUE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, true, std::nullopt, 1.1));
+    EXPECT_DOUBLE_EQ(chain->edge(1, 2)->features[0], 1.0);
+    EXPECT_DOUBLE_EQ(chain->edge(2, 3)->features[0], 1.1);
+    EXPECT_DOUBLE_EQ(chain->edge(4, 5)->features[0], 1.0 / 1.1);
+
+    // A negative median swaps the bounds; a closed loop is one segment.
+    auto loop = makeGraph(Graph::Undirected, 3, {{1, 2}, {2, 3}, {3, 1}}, -2.0);
+    setFirstFeature(*loop, 3, 1, -8.0);
+    ASSERT_TRUE(GraphUtils::clampAndSmoothEdgeFeature(*loop, 0, true, std::nullopt, 1.1));
+    EXPECT_DOUBLE_EQ(loop->edge(1, 3)->features[0], -2.2);
+    EXPECT_DOUBLE_EQ(loop->edge(1, 2)->features[0], -2.0);
+    EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*loop));
+}
+
+TEST(GraphClampSmoothTest, SlidingMeanUsesJunctionValuesAndOldValues) {
+    auto chain = makeGraph(Graph::Undirected, 5, {{1, 2}, {2, 3}, {3, 4}, {4, 5}});
+    for (unsigned long i = 1; i <= 4; ++i)
+        setFirstFeature(*chain, i, i + 1, 3.0 * (i - 1));
+    ASSERT_TRUE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, false, 3, 0.0));
+    EXPECT_DOUBLE_EQ(chain->edge(1, 2)->features[0], 1.5);
+    EXPECT_DOUBLE_EQ(chain->edge(2, 3)->features[0], 3.0);
+    EXPECT_DOUBLE_EQ(chain->edge(3, 4)->features[0], 6.0);
+    EXPECT_DOUBLE_EQ(chain->edge(4, 5)->features[0], 7.5);
+
+    auto y = makeY();
+    for (auto [u, v, value] : {std::tuple{1ul, 2ul, 2.0},
+                               {2ul, 3ul, 2.0},
+                               {3ul, 4ul, 2.0},
+                               {4ul, 5ul, 8.0},
+                               {5ul, 6ul, 8.0},
+                               {4ul, 7ul, 5.0}})
+        setFirstFeature(*y, u, v, value);
+    ASSERT_TRUE(GraphUtils::clampAndSmoothEdgeFeature(*y, 0, false, 3, 1.1));
+    EXPECT_DOUBLE_EQ(y->edge(3, 4)->features[0], (2.0 + 2.0 + 6.5) / 3); // junction: mean of 8 and 5
+    EXPECT_DOUBLE_EQ(y->edge(4, 5)->features[0], (3.5 + 8.0 + 8.0) / 3); // junction: old 2 and 5
+    EXPECT_DOUBLE_EQ(y->edge(4, 7)->features[0], 5.0);                   // junction mean of 2 and 8
+    EXPECT_DOUBLE_EQ(y->edge(5, 6)->features[0], 8.0);
+    EXPECT_DOUBLE_EQ(y->edge(1, 2)->features[0], 2.0);
+    EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*y));
+}
+
+TEST(GraphClampSmoothTest, InvalidArgumentsChangeNothing) {
+    auto chain = makeGraph(Graph::Undirected, 3, {{1, 2}, {2, 3}}, 4.0);
+    setFirstFeature(*chain, 1, 2, 1.0);
+    Tarnwick::Test::LogCapture log;
+    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 1, true, 3, 1.1));
+    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, false, 0, 1.1));
+    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, true, 3, 0.0));
+    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, true, 3, std::nan("")));
+    EXPECT_EQ(log.errors().size(), 4u);
+    EXPECT_EQ(chain->edge(1, 2)->features[0], 1.0);
+    EXPECT_EQ(chain->edge(2, 3)->features[0], 4.0);
+}
+
+} // namespace
+} // namespace Tarnwick

@@ -1,0 +1,213 @@
+#include "../GraphInvariants.h"
+#include "GraphTestGraphs.h"
+#include "support/LogCapture.h"
+
+#include <TarnwickGraph/Graph/GraphUtils.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+#include <numeric>
+#include <random>
+
+#include <pthread.h>
+
+namespace Tarnwick {
+namespace {
+
+using Tarnwick::Test::makeGraph;
+using Tarnwick::Test::nodeAt;
+
+/// Independent forest test: union-find over the underlying undirected multigraph, where a self loop or
+/// a pair of opposite directed edges is a cycle.
+bool isForestReference(const Graph& graph) {
+    std::map<unsigned long, unsigned long> parent;
+    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo&) { parent[id] = id; });
+    std::function<unsigned long(unsigned long)> find = [&](unsigned long x) {
+        return parent[x] == x ? x : parent[x] = find(parent[x]);
+    };
+    bool forest = true;
+    graph.forEachEdge([&](const Graph::EdgeInfo&, unsigned long u, unsigned long v) {
+        const unsigned long a = find(u), b = find(v);
+        if (a == b)
+            forest = false;
+        parent[a] = b;
+    });
+    return forest;
+}
+
+TEST(GraphLeavesTest, LeavesHaveTotalDegreeOne) {
+    EXPECT_EQ(GraphUtils::findLeafNodes(*makeGraph(Graph::Undirected, 3, {{1, 2}, {2, 3}})),
+              (std::vector<unsigned long>{1, 3}));
+    EXPECT_EQ(GraphUtils::findLeafNodes(*makeGraph(Graph::Undirected, 2, {{1, 2}})),
+              (std::vector<unsigned long>{1, 2}));
+    EXPECT_TRUE(GraphUtils::findLeafNodes(*makeGraph(Graph::Undirected, 1, {})).empty());
+    EXPECT_TRUE(GraphUtils::findLeafNodes(*makeGraph(Graph::Undirected, 1, {{1, 1}})).empty());
+    // Directed: in- and out-edges both count; opposite edges make degree 2.
+    auto directed = makeGraph(Graph::Directed, 5, {{1, 2}, {3, 2}, {4, 5}, {5, 4}});
+    EXPECT_EQ(GraphUtils::findLeafNodes(*directed), (std::vector<unsigned long>{1, 3}));
+    directed->forEachNode([&](unsigned long id, const Graph::NodeInfo&) {
+        const auto leaves = GraphUtils::findLeafNodes(*directed);
+        const bool isLeaf = std::find(leaves.begin(), leaves.end(), id) != leaves.end();
+        EXPECT_EQ(isLeaf, directed->degree(id, Graph::Total) == 1u) << id;
+    });
+}
+
+TEST(GraphAcyclicTest, UndirectedSenseForBothTypes) {
+    EXPECT_FALSE(GraphUtils::isAcyclic(*makeGraph(Graph::Undirected, 3, {{1, 2}, {2, 3}, {3, 1}})));
+    EXPECT_TRUE(GraphUtils::isAcyclic(*makeGraph(Graph::Undirected, 5, {{1, 2}, {1, 3}, {3, 4}})));
+    EXPECT_TRUE(GraphUtils::isAcyclic(*makeGraph(Graph::Directed, 3, {{1, 2}, {2, 3}})));
+    EXPECT_TRUE(GraphUtils::isAcyclic(*makeGraph(Graph::Directed, 4, {{3, 2}, {2, 1}, {4, 2}})));
+    EXPECT_FALSE(GraphUtils::isAcyclic(*makeGraph(Graph::Directed, 3, {{1, 2}, {1, 3}, {3, 2}})));
+    EXPECT_FALSE(GraphUtils::isAcyclic(*makeGraph(Graph::Directed, 2, {{1, 2}, {2, 1}})));
+    EXPECT_FALSE(GraphUtils::isAcyclic(*makeGraph(Graph::Undirected, 2, {{1, 2}, {2, 2}})));
+    EXPECT_FALSE(GraphUtils::isAcyclic(*makeGraph(Graph::Directed, 1, {{1, 1}})));
+    EXPECT_TRUE(GraphUtils::isAcyclic(Graph(Graph::Undirected, Graph::Dim3D)));
+}
+
+TEST(GraphAcyclicTest, AgreesWithUnionFindOnRandomGraphs) {
+    std::mt19937 rng(7);
+    for (int round = 0; round < 300; ++round) {
+        const auto type = round % 2 ? Graph::Directed : Graph::Undirected;
+        const unsigned long n = 1 + rng() % 9;
+        auto graph = makeGraph(type, n, {});
+        const int edges = static_cast<int>(rng() % (n + 2));
+        for (int e = 0; e < edges; ++e)
+            graph->addEdge(1 + rng() % n, 1 + rng() % n, {});
+        EXPECT_EQ(GraphUtils::isAcyclic(*graph), isForestReference(*graph)) << "round " << round;
+    }
+}
+
+/// Runs fn on a thread with a small stack, so unbounded recursion would crash.
+void runWithSmallStack(const std::function<void()>& fn) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 256 * 1024);
+    pthread_t thread;
+    auto call = [](void* arg) -> void* {
+        (*static_cast<const std::function<void()>*>(arg))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, call, const_cast<std::function<void()>*>(&fn)), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+TEST(GraphAcyclicTest, LongChainsDoNotExhaustTheStack) {
+    // 200,000 nodes deep on a 256 KiB stack is a harder test than a million on the usual 8 MiB.
+    for (auto type : {Graph::Undirected, Graph::Directed}) {
+        Graph chain(type, Graph::Dim3D);
+        const unsigned long n = 200000;
+        for (unsigned long i = 1; i <= n; ++i) {
+            chain.addNode(nodeAt(static_cast<double>(i)));
+            if (i > 1)
+                chain.addEdge(i, i - 1, {}); // directed: every edge points back towards the root
+        }
+        bool acyclic = false, closed = true;
+        runWithSmallStack([&] {
+            acyclic = GraphUtils::isAcyclic(chain);
+            chain.addEdge(1, n, {});
+            closed = GraphUtils::isAcyclic(chain);
+        });
+        EXPECT_TRUE(acyclic);
+        EXPECT_FALSE(closed);
+    }
+}
+
+TEST(GraphArgmaxTest, TiesGoToTheSmallestIdAndNaNNeverWins) {
+    auto graph = makeGraph(Graph::Undirected, 4, {{1, 2}, {2, 3}});
+    EXPECT_EQ(GraphUtils::argmaxNode(*graph, [](const Graph::NodeInfo&) { return 1.0; }), 1u);
+    EXPECT_EQ(GraphUtils::argmaxNode(*graph,
+                                     [](unsigned long, const Graph::NodeInfo&, const Graph::Neighborhood& adjacency) {
+                                         return static_cast<double>(adjacency.size());
+                                     }),
+              2u);
+    EXPECT_EQ(GraphUtils::argmaxNode(*graph,
+                                     [](const Graph::NodeInfo& info) {
+                                         return info.position.x() < 2 ? std::numeric_limits<double>::quiet_NaN()
+                                                                      : -info.position.x();
+                                     }),
+              2u);
+    EXPECT_EQ(
+        GraphUtils::argmaxNode(*graph, [](const Graph::NodeInfo&) { return std::numeric_limits<double>::lowest(); }),
+        1u);
+    EXPECT_FALSE(
+        GraphUtils::argmaxNode(Graph(Graph::Directed, Graph::Dim3D), [](const Graph::NodeInfo&) { return 0.0; }));
+}
+
+TEST(GraphReductionTest, MeanSumAndMedian) {
+    EXPECT_EQ(GraphUtils::avgReduction({}), 0.0);
+    EXPECT_EQ(GraphUtils::avgReduction({1.0, 2.0, 6.0}), 3.0);
+    EXPECT_EQ(GraphUtils::sumReduction({}), 0.0);
+    EXPECT_EQ(GraphUtils::sumReduction({1.5, 2.5}), 4.0);
+    EXPECT_EQ(GraphUtils::computeMedian({3, 1, 2}), 2.0);
+    EXPECT_EQ(GraphUtils::computeMedian({4, 1, 3, 2}), 2.5);
+    EXPECT_EQ(GraphUtils::computeMedian({}), 0.0);
+    EXPECT_EQ(GraphUtils::computeMedian({5, 5, 1, 9, 9, 9}), 7.0);
+    EXPECT_TRUE(std::isnan(GraphUtils::computeMedian({1, std::numeric_limits<double>::quiet_NaN(), 3})));
+
+    std::mt19937 rng(3);
+    for (int round = 0; round < 100; ++round) {
+        std::vector<double> values(1 + rng() % 12);
+        for (double& v : values)
+            v = static_cast<double>(rng() % 7);
+        std::vector<double> sorted = values;
+        std::sort(sorted.begin(), sorted.end());
+        const std::size_t n = sorted.size();
+        const double expected = n % 2 ? sorted[n / 2] : (sorted[n / 2 - 1] + sorted[n / 2]) / 2;
+        EXPECT_EQ(GraphUtils::computeMedian(values), expected);
+    }
+}
+
+TEST(GraphNodeToEdgeTest, CombinesEndpointValuesByDirection) {
+    auto combineMinus = [](double a, double b) { return a - b; };
+    for (auto type : {Graph::Directed, Graph::Undirected}) {
+        auto graph = makeGraph(type, 3, {{2, 1}, {2, 3}, {3, 3}});
+        const int column = graph->getOrCreateNodeFeatureIdx("value", 0.0);
+        graph->editEachNode([&](unsigned long id, Graph::NodeInfo& info) { info.features[column] = 10.0 * id; });
+        EXPECT_EQ(GraphUtils::transformNodeFeatureToEdge(*graph, column, combineMinus, "delta"), 1u);
+        if (type == Graph::Directed) {
+            EXPECT_EQ(graph->edge(2, 1)->features[1], 10.0);
+            EXPECT_EQ(graph->edge(2, 3)->features[1], -10.0);
+        } else {
+            EXPECT_EQ(graph->edge(1, 2)->features[1], 10.0); // larger id's value first
+            EXPECT_EQ(graph->edge(2, 3)->features[1], 10.0);
+        }
+        EXPECT_EQ(graph->edge(3, 3)->features[1], 0.0);
+        EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*graph));
+    }
+}
+
+TEST(GraphNodeToEdgeTest, InvalidColumnChangesNothing) {
+    auto graph = makeGraph(Graph::Undirected, 2, {{1, 2}});
+    graph->getOrCreateNodeFeatureIdx("value", 1.0);
+    Tarnwick::Test::LogCapture log;
+    auto plus = [](double a, double b) { return a + b; };
+    EXPECT_EQ(GraphUtils::transformNodeFeatureToEdge(*graph, 1, plus, "sum"), 0xFFFFFFFFu);
+    EXPECT_EQ(GraphUtils::transformNodeFeatureToEdge(*graph, static_cast<unsigned long>(-1), plus, "sum"), 0xFFFFFFFFu);
+    EXPECT_EQ(graph->edgeFeatureDescriptors().size(), 1u);
+    EXPECT_EQ(log.errors().size(), 2u);
+}
+
+TEST(GraphEdgeLengthTest, EuclideanLengthsOverwriteTheSameColumn) {
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    graph.addNode(nodeAt(0, 0, 0));
+    graph.addNode(nodeAt(3, 4, 0));
+    graph.addNode(nodeAt(3, 4, 12));
+    graph.addEdge(1, 2, {});
+    graph.addEdge(3, 2, {});
+    EXPECT_EQ(GraphUtils::computeEdgeLengths(graph), 1);
+    EXPECT_EQ(graph.edge(2, 1)->features[1], 5.0);
+    EXPECT_EQ(graph.edge(2, 3)->features[1], 12.0);
+    graph.editNode(1, [](Graph::NodeInfo& info) { info.position = Eigen::Vector3d(3, 4, 1); });
+    EXPECT_EQ(GraphUtils::computeEdgeLengths(graph), 1);
+    EXPECT_EQ(graph.edgeFeatureDescriptors().size(), 2u);
+    EXPECT_EQ(graph.edge(1, 2)->features[1], 1.0);
+}
+
+} // namespace
+} // namespace Tarnwick
