@@ -1,0 +1,211 @@
+#include <TarnwickLib/ImageOps/Thinning.h>
+
+#include "support/LogCapture.h"
+#include "support/MaskTopology.h"
+#include "support/ReferenceThinning.h"
+
+#include "VesselMaskGenerator.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace Tarnwick::ImageOps {
+namespace {
+
+namespace Support = ::Tarnwick::Test;
+
+using Support::MaskVolume;
+
+MaskVolume thinned(const MaskVolume& mask) {
+    MaskVolume skeleton(mask.dims);
+    EXPECT_TRUE(thin(mask.voxels.data(), mask.dims, skeleton.voxels.data()));
+    return skeleton;
+}
+
+int neighborCount(const MaskVolume& m, int x, int y, int z) {
+    int n = 0;
+    for (int dz = -1; dz <= 1; ++dz)
+        for (int dy = -1; dy <= 1; ++dy)
+            for (int dx = -1; dx <= 1; ++dx)
+                n += (dx || dy || dz) && m.at(x + dx, y + dy, z + dz);
+    return n;
+}
+
+// Random volumes of varied size, density and smoothness; `flat` gives 2-D images.
+std::vector<MaskVolume> randomVolumes(int count, bool flat, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_int_distribution<int> size(3, flat ? 24 : 10);
+    std::vector<MaskVolume> volumes;
+    for (int i = 0; i < count; ++i) {
+        const Eigen::Vector3i dims(size(random), size(random), flat ? 1 : size(random));
+        volumes.push_back(Support::randomBlobs(dims, 0.35 + 0.05 * (i % 8), i % 3, random));
+    }
+    return volumes;
+}
+
+void expectSameTopology(const MaskVolume& mask, const MaskVolume& skeleton) {
+    EXPECT_TRUE(Support::isSubset(skeleton, mask));
+    const Support::MaskTopology before = Support::topologyOf(mask), after = Support::topologyOf(skeleton);
+    EXPECT_EQ(after.foregroundComponents, before.foregroundComponents);
+    EXPECT_EQ(after.cavities, before.cavities);
+}
+
+class ThinningRandomTest : public ::testing::TestWithParam<bool> {};
+
+TEST_P(ThinningRandomTest, EqualsTheStraightforwardMethod) {
+    const bool flat = GetParam();
+    int nonTrivial = 0;
+    for (const MaskVolume& mask : randomVolumes(120, flat, flat ? 11 : 12)) {
+        const MaskVolume skeleton = thinned(mask);
+        ASSERT_EQ(skeleton.voxels, Support::referenceThinning(mask).voxels)
+            << "volume " << mask.dims.transpose() << " with " << mask.count() << " voxels";
+        ASSERT_TRUE(Support::isSubset(skeleton, mask));
+        nonTrivial += skeleton.count() > 0 && skeleton.count() < mask.count();
+    }
+    EXPECT_GT(nonTrivial, 60);
+}
+
+INSTANTIATE_TEST_SUITE_P(Dimensions, ThinningRandomTest, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "TwoD" : "ThreeD"; });
+
+TEST(ThinningTest, ThickShapesKeepComponentsAndCavities) {
+    // Vessel trees (one of these seeds encloses a cavity between branches).
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        Bench::VesselMaskOptions options;
+        options.dims = {48, 40, 44};
+        options.seed = seed;
+        options.maxRadius = 5.0;
+        MaskVolume vessels(options.dims);
+        vessels.voxels = Bench::generateVesselMask(options);
+        expectSameTopology(vessels, thinned(vessels));
+    }
+    // Three separate tubes.
+    MaskVolume tubes({30, 30, 30});
+    for (int k = 0; k < 3; ++k) {
+        const MaskVolume tube = Support::capsule(tubes.dims, {4, 5.0 + 9 * k, 8}, {25, 5.0 + 9 * k, 20}, 2.5);
+        for (std::size_t i = 0; i < tube.voxels.size(); ++i)
+            tubes.voxels[i] |= tube.voxels[i];
+    }
+    expectSameTopology(tubes, thinned(tubes));
+    // A hollow ball: the skeleton keeps a closed surface around the cavity.
+    MaskVolume shell = Support::capsule({21, 21, 21}, {10, 10, 10}, {10, 10, 10}, 9.0);
+    const MaskVolume hole = Support::capsule(shell.dims, {10, 10, 10}, {10, 10, 10}, 5.0);
+    for (std::size_t i = 0; i < shell.voxels.size(); ++i)
+        shell.voxels[i] &= !hole.voxels[i];
+    ASSERT_EQ(Support::topologyOf(shell).cavities, 1);
+    expectSameTopology(shell, thinned(shell));
+}
+
+TEST(ThinningTest, ShapesTwoVoxelsThickCanVanishAsInTheSequentialMethod) {
+    // The re-check only tests connectivity, so voxels whose neighbours were all removed before them in
+    // the same step go too: a 2x2x2 cube and a 2x2x5 rod disappear completely.
+    for (int length : {2, 5}) {
+        MaskVolume rod({4, 4, length + 2});
+        for (int z = 1; z <= length; ++z)
+            for (int y = 1; y <= 2; ++y)
+                for (int x = 1; x <= 2; ++x)
+                    rod.set(x, y, z);
+        EXPECT_EQ(thinned(rod).count(), 0u);
+        EXPECT_EQ(Support::referenceThinning(rod).count(), 0u);
+    }
+}
+
+TEST(ThinningTest, TubeBecomesItsCenterline) {
+    const MaskVolume tube = Support::capsule({40, 15, 15}, {5, 7, 7}, {34, 7, 7}, 4.0);
+    const MaskVolume skeleton = thinned(tube);
+    ASSERT_EQ(Support::topologyOf(skeleton).foregroundComponents, 1);
+    int ends = 0;
+    for (int z = 0; z < 15; ++z)
+        for (int y = 0; y < 15; ++y)
+            for (int x = 0; x < 40; ++x) {
+                if (!skeleton.at(x, y, z))
+                    continue;
+                const int n = neighborCount(skeleton, x, y, z);
+                EXPECT_LE(n, 2) << "branching at " << x << "," << y << "," << z;
+                ends += n == 1;
+                EXPECT_LE(std::abs(y - 7), 1);
+                EXPECT_LE(std::abs(z - 7), 1);
+            }
+    EXPECT_EQ(ends, 2);
+    EXPECT_GE(skeleton.count(), 20u); // spans most of the 30-voxel axis
+}
+
+// A convex blob shrinks to one voxel, or to two adjacent voxels (both end points), at its centre.
+void expectCentralPoint(const MaskVolume& skeleton, const Eigen::Vector3i& center) {
+    ASSERT_GE(skeleton.count(), 1u);
+    ASSERT_LE(skeleton.count(), 2u);
+    EXPECT_EQ(Support::topologyOf(skeleton).foregroundComponents, 1);
+    for (int z = 0; z < skeleton.dims.z(); ++z)
+        for (int y = 0; y < skeleton.dims.y(); ++y)
+            for (int x = 0; x < skeleton.dims.x(); ++x) {
+                if (skeleton.at(x, y, z)) {
+                    EXPECT_LE((Eigen::Vector3i(x, y, z) - center).cwiseAbs().maxCoeff(), 1);
+                }
+            }
+}
+
+TEST(ThinningTest, BallAndDiscBecomeTheirCentre) {
+    expectCentralPoint(thinned(Support::capsule({15, 15, 15}, {7, 7, 7}, {7, 7, 7}, 5.5)), {7, 7, 7});
+    expectCentralPoint(thinned(Support::capsule({21, 21, 1}, {10, 10, 0}, {10, 10, 0}, 8.0)), {10, 10, 0});
+}
+
+TEST(ThinningTest, EmptyFullAndDegenerateVolumes) {
+    EXPECT_EQ(thinned(MaskVolume({9, 8, 7})).count(), 0u);
+
+    // A volume that is foreground everywhere: the outside is background, so it thins like a box.
+    MaskVolume full({9, 8, 7});
+    std::fill(full.voxels.begin(), full.voxels.end(), 1);
+    const MaskVolume boxSkeleton = thinned(full);
+    EXPECT_GT(boxSkeleton.count(), 0u);
+    EXPECT_EQ(Support::topologyOf(boxSkeleton).foregroundComponents, 1);
+    EXPECT_EQ(boxSkeleton.voxels, Support::referenceThinning(full).voxels);
+
+    MaskVolume single({1, 1, 1});
+    single.set(0, 0, 0);
+    EXPECT_EQ(thinned(single).count(), 1u);
+
+    // A volume one voxel thick in x is still three-dimensional.
+    MaskVolume slab({1, 9, 9});
+    std::fill(slab.voxels.begin(), slab.voxels.end(), 1);
+    EXPECT_EQ(thinned(slab).voxels, Support::referenceThinning(slab).voxels);
+}
+
+TEST(ThinningTest, AnyNonZeroValueIsForegroundAndInPlaceWorks) {
+    std::mt19937 random(5);
+    const MaskVolume mask = Support::randomBlobs({12, 11, 10}, 0.6, 1, random);
+    std::vector<std::uint8_t> values = mask.voxels;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = values[i] ? static_cast<std::uint8_t>(1 + i % 255) : 0;
+    ASSERT_TRUE(thin(values.data(), mask.dims, values.data()));
+    EXPECT_EQ(values, thinned(mask).voxels);
+}
+
+TEST(ThinningTest, TypedImageKeepsSpacing) {
+    auto mask = TypedImage<unsigned char>::zeros({8, 8, 8});
+    mask->setSpacing({0.5, 0.5, 2.0});
+    for (int x = 1; x < 7; ++x)
+        mask->setValue(x, 4, 4, 1);
+    const auto skeleton = thin(*mask);
+    ASSERT_NE(skeleton, nullptr);
+    EXPECT_EQ(skeleton->spacing(), mask->spacing());
+    EXPECT_EQ(skeleton->value(3, 4, 4), 1); // a line is its own skeleton
+}
+
+TEST(ThinningTest, InvalidInputIsReported) {
+    Support::LogCapture log;
+    std::vector<std::uint8_t> buffer(8, 1);
+    EXPECT_FALSE(thin(nullptr, {2, 2, 2}, buffer.data()));
+    EXPECT_TRUE(log.contains("thin: no voxel buffer given"));
+    EXPECT_FALSE(thin(buffer.data(), {2, 0, 2}, buffer.data()));
+    EXPECT_TRUE(log.contains("thin: invalid dimensions 2x0x2 (every dimension must be at least 1)"));
+    EXPECT_FALSE(thin(buffer.data(), {100000, 100000, 100000}, buffer.data()));
+    EXPECT_EQ(log.errors().size(), 3u);
+
+    auto twoChannels = TypedImage<unsigned char>::zeros({4, 4, 4}, 2);
+    EXPECT_EQ(thin(*twoChannels), nullptr);
+    EXPECT_TRUE(log.contains("thin: expected a single-channel mask, got 2 channels"));
+}
+
+} // namespace
+} // namespace Tarnwick::ImageOps
