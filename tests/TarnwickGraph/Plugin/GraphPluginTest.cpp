@@ -1,0 +1,150 @@
+#include "../GraphComparison.h"
+#include "../IO/IOTestGraphs.h"
+
+#include <TarnwickGraph/Graph/GraphDisplayOptions.h>
+#include <TarnwickGraph/IO/GraphTarnwickFilePlugin.h>
+#include <TarnwickGraph/Plugin/GraphDataAnnotationFactory.h>
+#include <TarnwickGraph/Plugin/GraphPlugin.h>
+#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Data/PointCloud.h>
+#include <TarnwickLib/IO/TarnwickFile.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+extern "C" {
+Tarnwick::PluginBase* tarnwickCreatePlugin();
+const char* tarnwickPluginId();
+extern const char* tarnwickPluginDescriptor;
+}
+
+namespace Tarnwick {
+namespace {
+
+using Test::graphsEqual;
+using Test::makeRichGraph;
+
+TEST(GraphPluginEntry, ExportsTheIdTheDescriptorAndAFreshPlugin) {
+    EXPECT_STREQ(tarnwickPluginDescriptor, "__TARNWICK_PLUGIN_V2_MAGIC_STRING__|hostversion=4.5.0|"
+                                           "buildflags=GLIBCXX_DEBUG:_GLIBCXX_DEBUG|pluginversion=");
+    std::unique_ptr<PluginBase> plugin(tarnwickCreatePlugin());
+    ASSERT_TRUE(dynamic_cast<GraphPlugin*>(plugin.get()));
+    EXPECT_STREQ(tarnwickPluginId(), "Tarnwick.Graph");
+    EXPECT_EQ(plugin->id(), tarnwickPluginId());
+    EXPECT_EQ(plugin->description(), "Plugin for working with graphs");
+    EXPECT_FALSE(plugin->author().empty());
+    EXPECT_TRUE(plugin->dependencies().empty());
+}
+
+TarnwickFilePlugin* graphFilePlugin() {
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    for (TarnwickFilePlugin* plugin : TarnwickFile::plugins())
+        if (plugin->saveType(&graph) == GraphTarnwickFilePlugin::graphTypeId)
+            return plugin;
+    return nullptr;
+}
+
+TEST(GraphPlugin, InitRegistersFactoriesAndTheGraphRecordUntilItIsDestroyed) {
+    ASSERT_EQ(graphFilePlugin(), nullptr);
+    std::unique_ptr<PluginBase> plugin(tarnwickCreatePlugin());
+    ASSERT_EQ(plugin->init(), 0);
+
+    FactoryRegistry& registry = FactoryRegistry::get();
+    const auto graphML = registry.findAlgorithm("GraphMLIo");
+    ASSERT_TRUE(graphML);
+    EXPECT_EQ(graphML->factoryName, "Graph");
+    EXPECT_EQ(graphML->menuName, "IO;Graph (graphml)");
+    const auto graph = makeRichGraph(Graph::Directed, Graph::Dim3D);
+    EXPECT_EQ(registry.describe(*graph), "Graph with 3 nodes and 4 edges");
+    const auto copy = registry.cloneData(graph.get());
+    ASSERT_TRUE(dynamic_cast<Graph*>(copy.get()));
+    EXPECT_TRUE(graphsEqual(*graph, static_cast<Graph&>(*copy)));
+    TarnwickFilePlugin* record = graphFilePlugin();
+    ASSERT_NE(record, nullptr);
+
+    plugin.reset();
+    EXPECT_FALSE(registry.findAlgorithm("GraphMLIo"));
+    EXPECT_NE(registry.describe(*graph), "Graph with 3 nodes and 4 edges");
+    // The data file owns the record plug-in; the plug-in manager removes it when it unloads a library.
+    EXPECT_TRUE(TarnwickFile::removePlugin(record));
+}
+
+TEST(GraphPluginFactory, RegistersInCatalogueOrderWithExactNames) {
+    const std::pair<const char*, const char*> catalogue[] = {
+        {"CenterlineGraphExtraction", "Graph;Centerline Graph Extraction"},
+        {"CombineGraphs", "Graph;Combine Graphs"},
+        {"ComputeFeatures", "Graph;Compute Features"},
+        {"PartitionGraphs", "Graph;Partition Graphs"},
+        {"GraphSmoothing", "Graph;Graph Smoothing"},
+        {"GraphToPointCloud", "Graph;Extract Point Cloud"},
+        {"GraphReindexing", "Graph;Reindex Graph"},
+        {"MinimumSpanningTree", "Graph;Minimum Spanning Tree"},
+        {"NodeToEdgeFeature", "Graph;Node To Edge Feature"},
+        {"PruneTerminalPaths", "Graph;Prune Terminal Paths"},
+        {"DrawGraphAlgorithm", "Graph;Draw or edit Graph"},
+        {"EvaluateGraphAtImage", "Graph;Evaluate Graph At Image"},
+        {"GraphMLIo", "IO;Graph (graphml)"},
+        {"TransferGraphFeatureToMeshAlgorithm", "Graph;Transfer Graph Feature To Mesh"},
+        {"GraphToLabelMapAlgorithm", "Graph;Graph To Label Map"},
+    };
+    GraphPluginFactory factory;
+    EXPECT_EQ(factory.name(), "Graph");
+    ASSERT_NE(factory.entry("GraphMLIo"), nullptr);
+    // Algorithms join the factory one by one; whatever is registered follows the catalogue.
+    const auto* next = std::begin(catalogue);
+    for (const auto& entry : factory.entries()) {
+        next = std::find_if(next, std::end(catalogue), [&](const auto& row) { return entry.id == row.first; });
+        ASSERT_NE(next, std::end(catalogue)) << entry.id << " is unknown or out of catalogue order";
+        EXPECT_EQ(entry.menuName, next->second);
+        EXPECT_EQ(entry.flags, 0) << entry.id;
+        EXPECT_TRUE(entry.presets.empty()) << entry.id;
+        EXPECT_NE(entry.createCompatible, nullptr) << entry.id;
+        ++next;
+    }
+}
+
+TEST(GraphDataAnnotationFactory, DescribesGraphsOnly) {
+    GraphDataAnnotationFactory factory;
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    for (int i = 0; i < 3; ++i)
+        graph.addNode({});
+    graph.addEdge(1, 2, {});
+    EXPECT_EQ(factory.dataDescription(graph), "Graph with 3 nodes and 1 edges");
+    EXPECT_EQ(factory.dataDescription(Graph(Graph::Directed, Graph::Dim2D)), "Graph with 0 nodes and 0 edges");
+    EXPECT_EQ(factory.dataDescription(PointCloud({Eigen::Vector3d::Zero()})), "");
+}
+
+TEST(GraphDataAnnotationFactory, CloneIsACompleteIndependentCopy) {
+    GraphDataAnnotationFactory factory;
+    auto original = makeRichGraph(Graph::Undirected, Graph::Dim2D);
+    original->setName("vessels");
+    original->components().getOrAdd<GraphDisplayOptions>().generalOptions.lineWidth = 7.0;
+
+    std::unique_ptr<Data> data(factory.cloneData(original.get()));
+    auto* copy = dynamic_cast<Graph*>(data.get());
+    ASSERT_TRUE(copy);
+    EXPECT_TRUE(graphsEqual(*original, *copy));
+    EXPECT_EQ(copy->name(), "vessels");
+    EXPECT_TRUE(copy->components() == original->components());
+
+    // Changing the copy leaves the original alone.
+    const auto snapshot = makeRichGraph(Graph::Undirected, Graph::Dim2D);
+    copy->addNode({});
+    copy->editEdge(1, 2, [](Graph::EdgeInfo& edge) { edge.features[0] = 99.0; });
+    copy->editNode(2, [](Graph::NodeInfo& node) { node.attributes.setParam("count", 4); });
+    copy->removeNode(4);
+    copy->getOrCreateNodeFeatureIdx("extra", 0.0);
+    copy->components().get<GraphDisplayOptions>()->generalOptions.lineWidth = 1.0;
+    EXPECT_TRUE(graphsEqual(*snapshot, *original));
+    EXPECT_EQ(original->components().get<GraphDisplayOptions>()->generalOptions.lineWidth, 7.0);
+
+    EXPECT_EQ(factory.cloneData(nullptr), nullptr);
+    PointCloud cloud({Eigen::Vector3d::Zero()});
+    EXPECT_EQ(factory.cloneData(&cloud), nullptr);
+}
+
+} // namespace
+} // namespace Tarnwick
