@@ -1,0 +1,20 @@
+#pragma once
+
+#include <TarnwickLib/Algorithm/AlgorithmFactory.h>
+
+namespace Tarnwick {
+
+/// The host's own algorithm catalogue, factory name "Image": image operations offered in the menu
+/// category "Image", each created on a selection of exactly one image set.
+class HostAlgorithmFactory : public AlgorithmFactory {
+public:
+    HostAlgorithmFactory();
+};
+
+/// Registers what the host itself contributes to the process-wide registries: a HostAlgorithmFactory
+/// with the FactoryRegistry and the image set record (ImageSetTarnwickFilePlugin) with TarnwickFile.
+/// Applications call it once at start-up, before loading plug-ins; further calls do nothing. The
+/// factory lives until the process ends.
+void registerHostAlgorithms();
+
+} // namespace Tarnwick
