@@ -100,6 +100,9 @@ void Graph::setMaxNodeId(unsigned long id) {
 // --- nodes ------------------------------------------------------------------------------------------
 
 Graph::NodeEntry& Graph::entryAt(unsigned long id) {
+    // Graphs are mostly built in ascending id order, so the node asked for is often the last one.
+    if (!m_nodes.empty() && m_nodes.rbegin()->first == id)
+        return m_nodes.rbegin()->second;
     auto it = m_nodes.find(id);
     if (it == m_nodes.end())
         throw std::out_of_range("map::at");

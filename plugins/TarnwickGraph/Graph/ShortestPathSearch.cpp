@@ -26,6 +26,14 @@ std::optional<std::size_t> ShortestPathSearch::rankOf(unsigned long id) const {
     return static_cast<std::size_t>(it - m_ids.begin());
 }
 
+std::optional<std::size_t> ShortestPathSearch::rankNear(unsigned long id, std::size_t hint) const {
+    if (hint + 1 < m_ids.size() && m_ids[hint + 1] == id)
+        return hint + 1;
+    if (hint > 0 && m_ids[hint - 1] == id)
+        return hint - 1;
+    return rankOf(id);
+}
+
 std::optional<std::size_t> ShortestPathSearch::predecessor(std::size_t rank) const {
     if (m_predecessor[rank] == none)
         return std::nullopt;
@@ -37,7 +45,7 @@ bool ShortestPathSearch::forEachStep(std::size_t rank, Relax&& relax) const {
     const bool reverse = m_direction == Direction::Backward && m_graph.type() == Graph::Directed;
     const unsigned long id = m_ids[rank];
     for (const auto& [neighbor, stored] : *m_adjacency[rank]) {
-        const std::optional<std::size_t> next = rankOf(neighbor);
+        const std::optional<std::size_t> next = rankNear(neighbor, rank);
         if (!next)
             continue;
         // Against the direction, the step uses the edge neighbor -> id, stored at the neighbour.

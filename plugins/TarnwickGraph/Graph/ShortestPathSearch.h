@@ -41,6 +41,8 @@ public:
 private:
     static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
+    /// Rank of id, trying the ranks next to hint first (chain neighbours usually have adjacent ids).
+    std::optional<std::size_t> rankNear(unsigned long id, std::size_t hint) const;
     /// Calls relax(neighbourRank, weight) for every edge leaving (Forward) or entering (Backward) rank;
     /// stops and returns false as soon as relax returns false.
     template <typename Relax>
