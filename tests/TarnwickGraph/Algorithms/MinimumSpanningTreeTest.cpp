@@ -1,0 +1,308 @@
+#include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
+
+#include "../GraphInvariants.h"
+#include "../SyntheticGraphs.h"
+#include "support/LogCapture.h"
+
+#include <TarnwickGraph/Graph/GraphUtils.h>
+#include <TarnwickLib/Image/SharedImageSet.h>
+
+#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <map>
+#include <memory>
+#include <queue>
+#include <set>
+
+using namespace Tarnwick;
+using Tarnwick::Test::LogCapture;
+
+namespace {
+
+using Edge = std::pair<unsigned long, unsigned long>;
+
+/// An undirected graph on nodes 1..n with the listed edges, each carrying the edge feature "weight".
+std::unique_ptr<Graph> weightedGraph(int n, const std::vector<std::pair<Edge, double>>& edges,
+                                     const std::string& feature = "weight") {
+    auto graph = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
+    const int column = graph->getOrCreateEdgeFeatureIdx(feature, 0.0);
+    for (int i = 1; i <= n; ++i)
+        graph->addNode(Graph::NodeInfo(Eigen::Vector3d(i, i % 3, 0), {}));
+    for (const auto& [edge, value] : edges) {
+        Graph::EdgeInfo info;
+        info.features.assign(graph->edgeFeatureDescriptors().size(), 0.0);
+        info.features[static_cast<std::size_t>(column)] = value;
+        graph->addEdge(edge.first, edge.second, info);
+    }
+    return graph;
+}
+
+std::unique_ptr<Graph> runMst(Graph& graph, MinimumSpanningTreeAlgorithm::WeightMode mode,
+                              const std::string& feature = "", bool prune = false, int* status = nullptr) {
+    MinimumSpanningTreeAlgorithm algorithm(graph, nullptr);
+    algorithm.weightMode = mode;
+    algorithm.edgeFeatureName = feature;
+    algorithm.pruneBySegment = prune;
+    algorithm.compute();
+    if (status)
+        *status = algorithm.status();
+    OwningDataList output = algorithm.takeOutput();
+    return output.extractFirst<Graph>();
+}
+
+std::set<Edge> edgeSet(const Graph& graph) {
+    std::set<Edge> result;
+    graph.forEachEdge([&](const Graph::EdgeInfo&, unsigned long a, unsigned long b) { result.insert({a, b}); });
+    return result;
+}
+
+int componentCount(const Graph& graph) {
+    std::set<unsigned long> seen;
+    int components = 0;
+    graph.forEachNode([&](unsigned long start, const Graph::NodeInfo&) {
+        if (seen.count(start))
+            return;
+        ++components;
+        std::queue<unsigned long> queue;
+        queue.push(start);
+        seen.insert(start);
+        while (!queue.empty()) {
+            const unsigned long id = queue.front();
+            queue.pop();
+            for (const auto& entry : graph.neighborhood(id))
+                if (seen.insert(entry.first).second)
+                    queue.push(entry.first);
+        }
+    });
+    return components;
+}
+
+/// Total key of a minimum spanning forest by Prim's algorithm on a dense key matrix (an independent
+/// reference for Kruskal).
+double primForestKey(const Graph& graph, int keyColumn) {
+    std::map<unsigned long, std::map<unsigned long, double>> keys;
+    graph.forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long a, unsigned long b) {
+        const double key = edge.features[static_cast<std::size_t>(keyColumn)];
+        keys[a][b] = keys[b][a] = key;
+    });
+    std::set<unsigned long> inTree;
+    double total = 0.0;
+    graph.forEachNode([&](unsigned long start, const Graph::NodeInfo&) {
+        if (inTree.count(start))
+            return;
+        inTree.insert(start);
+        for (;;) {
+            double best = std::numeric_limits<double>::infinity();
+            unsigned long next = 0;
+            for (unsigned long u : inTree)
+                for (const auto& [v, key] : keys[u])
+                    if (!inTree.count(v) && key < best) {
+                        best = key;
+                        next = v;
+                    }
+            if (next == 0)
+                break;
+            inTree.insert(next);
+            total += best;
+        }
+    });
+    return total;
+}
+
+double totalKey(const Graph& graph, int keyColumn) {
+    double total = 0.0;
+    graph.forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long, unsigned long) {
+        total += edge.features[static_cast<std::size_t>(keyColumn)];
+    });
+    return total;
+}
+
+} // namespace
+
+TEST(MinimumSpanningTree, RegisteredInTheCatalogue) {
+    GraphPluginFactory factory;
+    const auto* entry = factory.entry("MinimumSpanningTree");
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->menuName, "Graph;Minimum Spanning Tree");
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    const std::unique_ptr<Algorithm> algorithm = factory.create("MinimumSpanningTree", DataList{&graph});
+    EXPECT_NE(dynamic_cast<MinimumSpanningTreeAlgorithm*>(algorithm.get()), nullptr);
+}
+
+TEST(MinimumSpanningTree, SelectionAndParameterVisibility) {
+    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
+    SharedImageSet labels, more;
+    EXPECT_TRUE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&graph}, nullptr));
+    EXPECT_TRUE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&labels, &graph}, nullptr));
+    EXPECT_FALSE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&graph, &other}, nullptr));
+    EXPECT_FALSE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&graph, &labels, &more}, nullptr));
+    EXPECT_FALSE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&labels}, nullptr));
+
+    MinimumSpanningTreeAlgorithm algorithm(graph, nullptr);
+    EXPECT_EQ(algorithm.weightMode.attribute("values"),
+              "EdgeLength, Diameter, WeightedDiameterEdgeLength, UserDefined");
+    const std::pair<MinimumSpanningTreeAlgorithm::WeightMode, const char*> expected[] = {
+        {MinimumSpanningTreeAlgorithm::Diameter, "true"},
+        {MinimumSpanningTreeAlgorithm::UserDefined, "false"},
+        {MinimumSpanningTreeAlgorithm::WeightedDiameterEdgeLength, "true"},
+        {MinimumSpanningTreeAlgorithm::EdgeLength, "false"}};
+    for (const auto& [mode, hidden] : expected) {
+        algorithm.weightMode = mode;
+        EXPECT_EQ(algorithm.edgeFeatureName.attribute("hidden"), hidden) << mode;
+    }
+}
+
+TEST(MinimumSpanningTree, RandomGraphsGiveMinimalSpanningForests) {
+    for (std::uint32_t seed = 1; seed <= 30; ++seed) {
+        auto graph =
+            Tarnwick::Test::makeRandomGraph(4 + static_cast<int>(seed % 9), 3 + static_cast<int>(seed * 7 % 25), seed);
+        const std::set<Edge> edgesBefore = edgeSet(*graph);
+        auto tree = runMst(*graph, MinimumSpanningTreeAlgorithm::EdgeLength);
+        ASSERT_TRUE(tree);
+        EXPECT_EQ(edgeSet(*graph), edgesBefore) << "input changed";
+        EXPECT_FALSE(graph->getEdgeFeatureIdx("mstSortKey")) << "input changed";
+
+        EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*tree));
+        EXPECT_TRUE(GraphUtils::isAcyclic(*tree));
+        EXPECT_EQ(tree->numNodes(), graph->numNodes());
+        EXPECT_EQ(componentCount(*tree), componentCount(*graph)) << "seed " << seed;
+        EXPECT_EQ(tree->numEdges(), tree->numNodes() - static_cast<std::size_t>(componentCount(*tree)));
+
+        // Same keys on a copy of the input, then Prim's forest gives the minimal total.
+        const int keyColumn = *tree->getEdgeFeatureIdx("mstSortKey");
+        const auto keyed = graph->clone();
+        const int lengths = GraphUtils::computeEdgeLengths(*keyed);
+        const int keys = keyed->getOrCreateEdgeFeatureIdx("key", 0.0);
+        keyed->editEachEdge([&](Graph::EdgeInfo& edge, unsigned long, unsigned long) {
+            edge.features[static_cast<std::size_t>(keys)] = 1.0 / edge.features[static_cast<std::size_t>(lengths)];
+        });
+        EXPECT_NEAR(totalKey(*tree, keyColumn), primForestKey(*keyed, keys), 1e-9) << "seed " << seed;
+    }
+}
+
+TEST(MinimumSpanningTree, CutsTheCycleEdgeWithTheLargestKey) {
+    // UserDefined keys are 1 / value: values 1, 0.5, 1/3 give keys 1, 2, 3.
+    auto triangle = weightedGraph(3, {{{1, 2}, 1.0}, {{2, 3}, 0.5}, {{1, 3}, 1.0 / 3.0}});
+    auto tree = runMst(*triangle, MinimumSpanningTreeAlgorithm::UserDefined, "weight");
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(edgeSet(*tree), (std::set<Edge>{{1, 2}, {2, 3}}));
+
+    // A zero diameter gets key 100 and is cut before any measured edge.
+    auto diameters = weightedGraph(3, {{{1, 2}, 2.0}, {{2, 3}, 1.0}, {{1, 3}, 0.0}}, "diameter");
+    tree = runMst(*diameters, MinimumSpanningTreeAlgorithm::Diameter);
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(edgeSet(*tree), (std::set<Edge>{{1, 2}, {2, 3}}));
+    EXPECT_DOUBLE_EQ(tree->edge(1, 2)->features[static_cast<std::size_t>(*tree->getEdgeFeatureIdx("mstSortKey"))], 0.5);
+
+    // A tree stays as it is.
+    auto path = weightedGraph(4, {{{1, 2}, 1.0}, {{2, 3}, 2.0}, {{3, 4}, 3.0}});
+    tree = runMst(*path, MinimumSpanningTreeAlgorithm::UserDefined, "weight");
+    EXPECT_EQ(edgeSet(*tree), edgeSet(*path));
+}
+
+TEST(MinimumSpanningTree, NanKeysAreConsideredLast) {
+    auto square = weightedGraph(4, {{{1, 2}, NAN}, {{2, 3}, 1.0}, {{3, 4}, 1.0}, {{1, 4}, 1.0}, {{1, 3}, 2.0}});
+    auto tree = runMst(*square, MinimumSpanningTreeAlgorithm::UserDefined, "weight");
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(tree->numEdges(), 3u);
+    EXPECT_FALSE(tree->edge(1, 2).has_value());
+}
+
+TEST(MinimumSpanningTree, SegmentPruningRemovesTheWholeCutChain) {
+    // Main line 1-2-3-4-5-6 along x; a detour 3-7-8-9-10-5 makes a cycle with the short segment 3-4-5.
+    auto graph = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
+    const Eigen::Vector3d points[] = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0},   {3, 0, 0},   {4, 0, 0},
+                                      {5, 0, 0}, {2, 1, 0}, {2.5, 2, 0}, {3.5, 2, 0}, {4, 1, 0}};
+    for (const auto& p : points)
+        graph->addNode(Graph::NodeInfo(p, {}));
+    for (const Edge& e :
+         std::vector<Edge>{{1, 2}, {2, 3}, {3, 4}, {4, 5}, {5, 6}, {3, 7}, {7, 8}, {8, 9}, {9, 10}, {10, 5}})
+        graph->addEdge(e.first, e.second, Graph::EdgeInfo{});
+
+    auto pruned = runMst(*graph, MinimumSpanningTreeAlgorithm::EdgeLength, "", true);
+    ASSERT_TRUE(pruned);
+    EXPECT_FALSE(pruned->hasNode(4));
+    for (unsigned long kept : {1, 2, 3, 5, 6, 7, 8, 9, 10})
+        EXPECT_TRUE(pruned->hasNode(kept)) << kept;
+    EXPECT_TRUE(GraphUtils::isAcyclic(*pruned));
+    EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*pruned));
+    EXPECT_TRUE(pruned->getEdgeFeatureIdx("accumulatedFeature"));
+
+    // Without pruning only one edge of the short segment goes.
+    auto cut = runMst(*graph, MinimumSpanningTreeAlgorithm::EdgeLength, "", false);
+    EXPECT_EQ(cut->numNodes(), 10u);
+    EXPECT_EQ(cut->numEdges(), 9u);
+
+    // A plain ring has no branching node to prune up to: only the cut edge goes.
+    auto ring = weightedGraph(5, {{{1, 2}, 1.0}, {{2, 3}, 1.0}, {{3, 4}, 1.0}, {{4, 5}, 1.0}, {{5, 1}, 1.0}});
+    auto opened = runMst(*ring, MinimumSpanningTreeAlgorithm::EdgeLength, "", true);
+    EXPECT_EQ(opened->numNodes(), 5u);
+    EXPECT_EQ(opened->numEdges(), 4u);
+}
+
+TEST(MinimumSpanningTree, WeightedDiameterEdgeLengthPrefersLongThickEdges) {
+    // Triangle with lengths 1.41 (1-2), 2.24 (2-3), 2.24 (1-3): the thin edge 1-3 gets the largest key.
+    auto graph = weightedGraph(3, {{{1, 2}, 3.0}, {{2, 3}, 3.0}, {{1, 3}, 0.5}}, "diameter");
+    auto tree = runMst(*graph, MinimumSpanningTreeAlgorithm::WeightedDiameterEdgeLength);
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(edgeSet(*tree), (std::set<Edge>{{1, 2}, {2, 3}}));
+    EXPECT_TRUE(tree->getEdgeFeatureIdx("length"));
+    tree = runMst(*graph, MinimumSpanningTreeAlgorithm::WeightedDiameterEdgeLength, "", true);
+    EXPECT_TRUE(tree->getEdgeFeatureIdx("accumulatedEdgeLengths"));
+}
+
+TEST(MinimumSpanningTree, ReportsEveryFailure) {
+    LogCapture log;
+    int status = -1;
+    Graph directed(Graph::Directed, Graph::Dim3D);
+    EXPECT_FALSE(runMst(directed, MinimumSpanningTreeAlgorithm::EdgeLength, "", false, &status));
+    EXPECT_EQ(status, Algorithm::InvalidInput);
+    EXPECT_TRUE(log.contains("This algorithm only works for undirected graphs.", Log::Error));
+
+    auto graph = weightedGraph(3, {{{1, 2}, 1.0}, {{2, 3}, 1.0}});
+    const auto expectKeyFailure = [&](MinimumSpanningTreeAlgorithm::WeightMode mode, const std::string& feature,
+                                      const std::string& modeLine, const std::string& message) {
+        log.clear();
+        EXPECT_FALSE(runMst(*graph, mode, feature, false, &status));
+        EXPECT_EQ(status, Algorithm::InvalidInput);
+        EXPECT_EQ(log.errors(), (std::vector<std::string>{message, "Failed to build MST keys."}));
+        EXPECT_TRUE(log.contains(modeLine, Log::Info));
+    };
+    expectKeyFailure(MinimumSpanningTreeAlgorithm::UserDefined, "thickness", "Mode: UserDefined.",
+                     "Edge feature 'thickness' not found.");
+    expectKeyFailure(MinimumSpanningTreeAlgorithm::Diameter, "", "Mode: Diameter.",
+                     "Diameter edge feature is missing or empty; provide a label map to compute it.");
+
+    graph->removeEdgeFeatures(std::vector<std::string>{"diameter"});
+    expectKeyFailure(MinimumSpanningTreeAlgorithm::WeightedDiameterEdgeLength, "", "Mode: WeightedDiameterEdgeLength.",
+                     "Diameter edge feature is missing; provide a label map to compute it.");
+
+    graph->clearFeatureDescriptors();
+    expectKeyFailure(MinimumSpanningTreeAlgorithm::UserDefined, "weight", "Mode: UserDefined.",
+                     "No edge features available for user-defined weights.");
+}
+
+TEST(MinimumSpanningTree, UnionFindHalvesPathsAndUnitesByRank) {
+    std::vector<int> parent = {0, 0, 1, 2, 3};
+    EXPECT_EQ(findParent(parent, 4), 0);
+    EXPECT_EQ(parent, (std::vector<int>{0, 0, 0, 2, 2})) << "every visited node points to its grandparent";
+
+    parent = {0, 1, 2, 3};
+    std::vector<int> rank(4, 0);
+    EXPECT_TRUE(unionSets(parent, rank, 0, 1));
+    EXPECT_EQ(rank[static_cast<std::size_t>(findParent(parent, 1))], 1);
+    EXPECT_TRUE(unionSets(parent, rank, 2, 0)); // rank 0 joins rank 1: the higher rank stays root
+    EXPECT_EQ(findParent(parent, 2), findParent(parent, 1));
+    EXPECT_EQ(rank[static_cast<std::size_t>(findParent(parent, 2))], 1);
+    EXPECT_FALSE(unionSets(parent, rank, 1, 2));
+
+    const auto forest = getMinimumSpanningTree({{0, 1, 3.0}, {1, 2, 1.0}, {0, 2, 2.0}, {2, 2, 0.5}});
+    ASSERT_EQ(forest.tree.size(), 2u);
+    EXPECT_DOUBLE_EQ(forest.tree[0].key, 1.0);
+    EXPECT_DOUBLE_EQ(forest.tree[1].key, 2.0);
+    ASSERT_EQ(forest.rejected.size(), 2u); // the self loop and the heaviest edge
+}
