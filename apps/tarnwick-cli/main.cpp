@@ -3,9 +3,12 @@
 // file of its own.
 #include "AlgorithmsCommand.h"
 #include "CommandContext.h"
+#include "InfoCommand.h"
 #include "PluginsCommand.h"
+#include "RunCommand.h"
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickLib/ImageAlgorithms/HostAlgorithmFactory.h>
 #include <TarnwickLib/Plugin/HostVersion.h>
 
 #include <CLI/CLI.hpp>
@@ -37,6 +40,8 @@ int main(int argc, char** argv) {
     std::vector<std::unique_ptr<Cli::Command>> commands;
     commands.push_back(std::make_unique<Cli::PluginsCommand>());
     commands.push_back(std::make_unique<Cli::AlgorithmsCommand>());
+    commands.push_back(std::make_unique<Cli::InfoCommand>());
+    commands.push_back(std::make_unique<Cli::RunCommand>());
     std::vector<CLI::App*> subcommands;
     for (const auto& command : commands)
         subcommands.push_back(command->declare(app));
@@ -50,6 +55,7 @@ int main(int argc, char** argv) {
     }
     Log::setGlobalLevel(logLevel);
 
+    registerHostAlgorithms();
     Cli::CommandContext context(pluginFolders, !noDefaultPlugins);
     for (std::size_t i = 0; i < commands.size(); ++i)
         if (subcommands[i]->parsed())

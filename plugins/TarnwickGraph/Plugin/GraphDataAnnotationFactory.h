@@ -13,6 +13,11 @@ public:
     /// set, the node table with all adjacencies, type, dimension, the largest id and both descriptor
     /// lists. Null for other data. This is the only way a whole graph is copied.
     Data* cloneData(const Data* data) const override;
+    /// For a Graph, after the name and description: "Type", "Dimension", "Nodes", "Edges", "Largest node
+    /// id", and for each feature "Node feature '<name>'" / "Edge feature '<name>'" with the range of its
+    /// values ("1.5 to 3 (default 0)", NaN values counted apart). Shown in information panels and by
+    /// `tarnwick-cli info`.
+    std::vector<std::pair<std::string, std::string>> dataAttributes(const Data& data) const override;
 };
 
 } // namespace Tarnwick

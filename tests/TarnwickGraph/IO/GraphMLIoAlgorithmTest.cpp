@@ -17,9 +17,9 @@ namespace Tarnwick {
 namespace {
 
 using Test::LogCapture;
-using Test::TempDir;
 using Test::makeRichGraph;
 using Test::sameContent;
+using Test::TempDir;
 
 std::unique_ptr<GraphMLIoAlgorithm> create(const DataList& data) {
     Algorithm* created = nullptr;

@@ -1,0 +1,102 @@
+#include "AlgorithmRun.h"
+
+#include <TarnwickCore/ConsoleProgress.h>
+#include <TarnwickCore/Log.h>
+#include <TarnwickCore/Timer.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Algorithm/ParameterBase.h>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace Tarnwick::Cli {
+
+namespace {
+
+/// Names of every parameter, members of sub-properties as "group/member".
+void collectNames(const Configurable& configurable, const std::string& prefix, std::vector<std::string>& names) {
+    for (ParameterBase* parameter : configurable.parameters()) {
+        if (const Configurable* group = parameter->group())
+            collectNames(*group, prefix + parameter->name() + "/", names);
+        else
+            names.push_back(prefix + parameter->name());
+    }
+}
+
+const char* statusMeaning(int status) {
+    switch (status) {
+    case Algorithm::Success:
+        return "success";
+    case Algorithm::Error:
+        return "error";
+    case Algorithm::InvalidInput:
+        return "invalid input";
+    case Algorithm::IncompleteInput:
+        return "incomplete input";
+    default:
+        return "failure";
+    }
+}
+
+} // namespace
+
+bool AlgorithmRun::create(const std::string& id, const DataList& inputs) {
+    const FactoryRegistry& registry = FactoryRegistry::get();
+    const auto info = registry.findAlgorithm(id);
+    if (!info) {
+        TW_LOG_ERROR("Unknown algorithm '{}'; 'tarnwick-cli algorithms' lists the available ones", id);
+        return false;
+    }
+    if (!info->factory->isCompatible(id, inputs)) {
+        std::string given;
+        for (const Data* data : inputs)
+            given += fmt::format("\n  {}", registry.describe(*data));
+        TW_LOG_ERROR("{} ({}) does not accept {}{}", id, info->menuName,
+                     inputs.empty() ? "an empty input" : "these inputs:", given);
+        return false;
+    }
+    m_id = id;
+    m_algorithm = info->factory->create(id, inputs);
+    return m_algorithm != nullptr;
+}
+
+bool AlgorithmRun::configure(const std::vector<Setting>& settings) {
+    for (const auto& [name, value] : settings) {
+        ParameterBase* parameter = m_algorithm->parameter(name);
+        if (!parameter || parameter->group()) {
+            std::vector<std::string> names;
+            collectNames(*m_algorithm, "", names);
+            TW_LOG_ERROR("{} has no parameter '{}'; its parameters are: {}", m_id, name,
+                         names.empty() ? std::string("none") : fmt::format("{}", fmt::join(names, ", ")));
+            return false;
+        }
+        if (const auto error = parameter->setFromString(value)) {
+            TW_LOG_ERROR("{}: {}", m_id, *error);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool AlgorithmRun::compute() {
+    ConsoleProgress progress;
+    m_algorithm->setProgress(&progress);
+    Timer timer;
+    bool threw = false;
+    try {
+        m_algorithm->compute();
+    } catch (const std::exception& exception) {
+        TW_LOG_ERROR("{} failed: {}", m_id, exception.what());
+        threw = true;
+    }
+    m_algorithm->setProgress(nullptr);
+    const int status = threw ? Algorithm::Error : m_algorithm->status();
+    fmt::print("{}: status {} ({}) in {}\n", m_id, status, statusMeaning(status), timer.formatted());
+    return status == Algorithm::Success;
+}
+
+OwningDataList AlgorithmRun::takeOutput() {
+    return m_algorithm->takeOutput();
+}
+
+} // namespace Tarnwick::Cli
