@@ -1,0 +1,203 @@
+#include <TarnwickLib/ImageOps/Resampling.h>
+
+#include <TarnwickLib/Image/TypedImage.h>
+
+#include "support/LogCapture.h"
+#include "support/MaskVolume.h"
+
+#include <gtest/gtest.h>
+
+#include <Eigen/Geometry>
+
+#include <random>
+
+namespace Tarnwick::ImageOps {
+namespace {
+
+namespace Support = ::Tarnwick::Test;
+
+// A random affine map from target to source pixels: rotation, anisotropic scale and shift.
+Eigen::Matrix4d randomMap(std::mt19937& random, bool flat) {
+    std::uniform_real_distribution<double> angle(-0.6, 0.6), scale(0.5, 1.6), shift(-2.0, 3.0);
+    const Eigen::Matrix3d rotation =
+        flat ? Eigen::AngleAxisd(angle(random), Eigen::Vector3d::UnitZ()).toRotationMatrix()
+             : Eigen::Matrix3d(Eigen::AngleAxisd(angle(random), Eigen::Vector3d(1, 2, 3).normalized()) *
+                               Eigen::AngleAxisd(angle(random), Eigen::Vector3d::UnitY()));
+    const Eigen::Matrix3d linear =
+        rotation * Eigen::Vector3d(scale(random), scale(random), flat ? 1.0 : scale(random)).asDiagonal();
+    Eigen::Matrix4d map = Eigen::Matrix4d::Identity();
+    map.topLeftCorner<3, 3>() = linear;
+    map.block<3, 1>(0, 3) = Eigen::Vector3d(shift(random), shift(random), flat ? 0.0 : shift(random));
+    return map;
+}
+
+template <typename T>
+std::unique_ptr<TypedImage<T>> randomImage(const Eigen::Vector3i& dims, int channels, std::mt19937& random) {
+    auto image = TypedImage<T>::zeros(dims, channels);
+    std::uniform_int_distribution<int> value(-100, 100);
+    for (std::size_t i = 0; i < image->descriptor().numValues(); ++i)
+        image->pointer()[i] = static_cast<T>(value(random) * (std::is_floating_point_v<T> ? 0.37 : 1.0));
+    return image;
+}
+
+TEST(ResamplingTest, LinearAgreesWithTheImageInterpolationEverywhere) {
+    std::mt19937 random(2);
+    for (int i = 0; i < 12; ++i) {
+        const bool flat = i % 3 == 0;
+        const int channels = 1 + i % 3;
+        const auto source = randomImage<double>({7 + i % 4, 6, flat ? 1 : 5}, channels, random);
+        const Eigen::Vector3i targetDims(9, 8, flat ? 1 : 7);
+        const Eigen::Matrix4d map = randomMap(random, flat);
+        std::vector<double> target(static_cast<std::size_t>(targetDims.prod()) * channels);
+        ASSERT_TRUE(resample(source->pointer(), source->dimensions(), channels, targetDims, map,
+                             {Interpolation::Linear}, target.data()));
+        int inside = 0;
+        for (int z = 0; z < targetDims.z(); ++z)
+            for (int y = 0; y < targetDims.y(); ++y)
+                for (int x = 0; x < targetDims.x(); ++x)
+                    for (int c = 0; c < channels; ++c) {
+                        const Eigen::Vector3d p = (map * Eigen::Vector4d(x, y, z, 1)).head<3>();
+                        const double expected = source->interpolatedValue(p, c);
+                        const double actual = target[((z * targetDims.y() + y) * targetDims.x() + x) * channels + c];
+                        ASSERT_NEAR(actual, expected, 1e-9) << "map " << i << " voxel " << x << "," << y << "," << z;
+                        inside += expected != 0.0;
+                    }
+        EXPECT_GT(inside, 0);
+    }
+}
+
+TEST(ResamplingTest, NearestTakesTheClosestVoxelWithinHalfAVoxelOfTheVolume) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 12; ++i) {
+        const bool flat = i % 4 == 0;
+        const auto source = randomImage<short>({6, 7, flat ? 1 : 5}, 2, random);
+        const Eigen::Vector3i targetDims(8, 9, flat ? 1 : 6);
+        const Eigen::Matrix4d map = randomMap(random, flat);
+        std::vector<short> target(static_cast<std::size_t>(targetDims.prod()) * 2, 7);
+        ASSERT_TRUE(resample(source->pointer(), source->dimensions(), 2, targetDims, map, {Interpolation::Nearest},
+                             target.data()));
+        for (int z = 0; z < targetDims.z(); ++z)
+            for (int y = 0; y < targetDims.y(); ++y)
+                for (int x = 0; x < targetDims.x(); ++x) {
+                    const Eigen::Vector3d p = (map * Eigen::Vector4d(x, y, z, 1)).head<3>();
+                    bool inside = true;
+                    Eigen::Vector3i nearest;
+                    for (int a = 0; a < 3; ++a) {
+                        inside &= p[a] >= -0.5 && p[a] <= source->dimensions()[a] - 0.5;
+                        nearest[a] =
+                            std::clamp(static_cast<int>(std::floor(p[a] + 0.5)), 0, source->dimensions()[a] - 1);
+                    }
+                    for (int c = 0; c < 2; ++c) {
+                        const short expected = inside ? source->value(nearest.x(), nearest.y(), nearest.z(), c) : 0;
+                        ASSERT_EQ(target[((z * targetDims.y() + y) * targetDims.x() + x) * 2 + c], expected);
+                    }
+                }
+    }
+}
+
+TEST(ResamplingTest, IntegerResultsRoundHalvesAwayFromZero) {
+    // Halfway between neighbouring voxels along x.
+    Eigen::Matrix4d half = Eigen::Matrix4d::Identity();
+    half(0, 3) = 0.5;
+    const std::vector<unsigned char> bytes = {0, 255};
+    unsigned char byteOut = 0;
+    ASSERT_TRUE(resample(bytes.data(), {2, 1, 1}, 1, {1, 1, 1}, half, {}, &byteOut));
+    EXPECT_EQ(byteOut, 128);                                   // 127.5
+    const std::vector<char> signedBytes = {-1, -128, 0, -128}; // two voxels, two channels
+    std::vector<char> signedOut(2);
+    ASSERT_TRUE(resample(signedBytes.data(), {2, 1, 1}, 2, {1, 1, 1}, half, {}, signedOut.data()));
+    EXPECT_EQ(signedOut[0], -1); // -0.5
+    EXPECT_EQ(signedOut[1], -128);
+    const std::vector<float> floats = {0.0f, 1.0f};
+    float floatOut = 0;
+    ASSERT_TRUE(resample(floats.data(), {2, 1, 1}, 1, {1, 1, 1}, half, {}, &floatOut));
+    EXPECT_FLOAT_EQ(floatOut, 0.5f);
+}
+
+TEST(ResamplingTest, IdentityCopiesAndTheBorderExtendsHalfAVoxel) {
+    std::mt19937 random(4);
+    const auto source = randomImage<unsigned int>({5, 4, 3}, 1, random);
+    for (const Interpolation mode : {Interpolation::Nearest, Interpolation::Linear}) {
+        std::vector<unsigned int> copy(60);
+        ASSERT_TRUE(
+            resample(source->pointer(), {5, 4, 3}, 1, {5, 4, 3}, Eigen::Matrix4d::Identity(), {mode}, copy.data()));
+        EXPECT_TRUE(std::equal(copy.begin(), copy.end(), source->pointer()));
+    }
+    const std::vector<float> line = {3.0f, 5.0f};
+    for (const auto& [offset, expected] :
+         std::vector<std::pair<double, float>>{{-0.5, 3.0f}, {-0.51, 0.0f}, {1.5, 5.0f}, {1.51, 0.0f}, {0.25, 3.5f}}) {
+        Eigen::Matrix4d shift = Eigen::Matrix4d::Identity();
+        shift(0, 3) = offset;
+        float out = -1;
+        ASSERT_TRUE(resample(line.data(), {2, 1, 1}, 1, {1, 1, 1}, shift, {}, &out));
+        EXPECT_FLOAT_EQ(out, expected) << "at " << offset;
+    }
+}
+
+TEST(ResamplingTest, LinearMasksKeepThinStructuresThatNearestKeeps) {
+    // A tube two voxels thick along z, sampled on rotated, shifted and scaled grids up to 1.4 voxels: in
+    // every target slice where nearest sampling still sees the tube, linear sampling of the 0/1 mask
+    // rounded to 0/1 (the same as thresholding at 0.5) sees it too.
+    Support::MaskVolume tube({24, 24, 30});
+    for (int z = 0; z < 30; ++z)
+        for (int y = 11; y <= 12; ++y)
+            for (int x = 11; x <= 12; ++x)
+                tube.set(x, y, z);
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> angle(0.0, 1.6), scale(0.6, 1.4), shift(-1.0, 1.0);
+    int slicesSeen = 0;
+    for (int trial = 0; trial < 40; ++trial) {
+        const double s = scale(random);
+        Eigen::Matrix4d map = Eigen::Matrix4d::Identity();
+        map.topLeftCorner<3, 3>() = Eigen::AngleAxisd(angle(random), Eigen::Vector3d::UnitZ()).toRotationMatrix() * s;
+        // Keep the grid centre on the tube axis, with a sub-voxel offset.
+        const Eigen::Vector3d centre(11.5 + shift(random), 11.5 + shift(random), 0.0);
+        map.block<3, 1>(0, 3) = centre - map.topLeftCorner<3, 3>() * Eigen::Vector3d(10, 10, 0);
+        const Eigen::Vector3i targetDims(21, 21, 20);
+        std::vector<unsigned char> nearest(static_cast<std::size_t>(targetDims.prod()));
+        std::vector<unsigned char> linear(nearest.size());
+        ASSERT_TRUE(
+            resample(tube.voxels.data(), tube.dims, 1, targetDims, map, {Interpolation::Nearest}, nearest.data()));
+        ASSERT_TRUE(
+            resample(tube.voxels.data(), tube.dims, 1, targetDims, map, {Interpolation::Linear}, linear.data()));
+        const std::size_t sliceSize = static_cast<std::size_t>(targetDims.x()) * targetDims.y();
+        for (int z = 0; z < targetDims.z(); ++z) {
+            auto sliceHas = [&](const std::vector<unsigned char>& v) {
+                return std::any_of(v.begin() + z * sliceSize, v.begin() + (z + 1) * sliceSize,
+                                   [](unsigned char value) { return value > 0.5; });
+            };
+            if (sliceHas(nearest)) {
+                ++slicesSeen;
+                ASSERT_TRUE(sliceHas(linear)) << "trial " << trial << " slice " << z;
+            }
+        }
+    }
+    EXPECT_GT(slicesSeen, 500);
+}
+
+TEST(ResamplingTest, ImagesAndInvalidInput) {
+    auto source = TypedImage<float>::zeros({4, 4, 4});
+    source->setValue(1, 2, 3, 8.0f);
+    Eigen::Matrix4d doubleStep = Eigen::Matrix4d::Identity();
+    doubleStep.topLeftCorner<3, 3>() *= 2.0;
+    const auto target = resample(*source, {2, 2, 2}, {2.0, 2.0, 2.0}, doubleStep, {Interpolation::Nearest});
+    ASSERT_NE(target, nullptr);
+    EXPECT_EQ(target->pixelType(), PixelType::Float);
+    EXPECT_EQ(target->spacing(), Eigen::Vector3d(2, 2, 2));
+    EXPECT_EQ(target->maxValue(), 0.0); // (1, 2, 3) is not on the coarse grid
+
+    Support::LogCapture log;
+    Eigen::Matrix4d broken = Eigen::Matrix4d::Identity();
+    broken(1, 1) = std::numeric_limits<double>::quiet_NaN();
+    std::vector<float> out(64);
+    EXPECT_FALSE(resample(source->pointer(), {4, 4, 4}, 1, {4, 4, 4}, broken, {}, out.data()));
+    EXPECT_TRUE(log.contains("resample: the target-to-source matrix is not finite"));
+    EXPECT_FALSE(resample<float>(nullptr, {4, 4, 4}, 1, {4, 4, 4}, doubleStep, {}, out.data()));
+    EXPECT_FALSE(resample(source->pointer(), {4, 4, 4}, 0, {4, 4, 4}, doubleStep, {}, out.data()));
+    EXPECT_EQ(resample(*source, {100000, 100000, 100000}, {1, 1, 1}, doubleStep, {}), nullptr);
+    EXPECT_EQ(resample(*source, {2, 2, 2}, {1, -1, 1}, doubleStep, {}), nullptr);
+    EXPECT_EQ(log.errors().size(), 5u);
+}
+
+} // namespace
+} // namespace Tarnwick::ImageOps
