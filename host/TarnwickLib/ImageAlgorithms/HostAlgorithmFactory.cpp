@@ -1,6 +1,9 @@
 #include <TarnwickLib/ImageAlgorithms/HostAlgorithmFactory.h>
 
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/ImageAlgorithms/DistanceTransformAlgorithm.h>
+#include <TarnwickLib/ImageAlgorithms/MorphologicalOperationsAlgorithm.h>
+#include <TarnwickLib/ImageAlgorithms/ThresholdAlgorithm.h>
 #include <TarnwickLib/IO/ImageSetTarnwickFilePlugin.h>
 #include <TarnwickLib/IO/TarnwickFile.h>
 
@@ -8,7 +11,11 @@
 
 namespace Tarnwick {
 
-HostAlgorithmFactory::HostAlgorithmFactory() : AlgorithmFactory("Image") {}
+HostAlgorithmFactory::HostAlgorithmFactory() : AlgorithmFactory("Image") {
+    registerAlgorithm<ThresholdAlgorithm>("Threshold", "Image;Threshold");
+    registerAlgorithm<MorphologicalOperationsAlgorithm>("MorphologicalOperations", "Image;Morphological Operations");
+    registerAlgorithm<DistanceTransformAlgorithm>("DistanceTransform", "Image;Distance Transform");
+}
 
 void registerHostAlgorithms() {
     static std::once_flag once;

@@ -5,7 +5,12 @@
 namespace Tarnwick {
 
 /// The host's own algorithm catalogue, factory name "Image": image operations offered in the menu
-/// category "Image", each created on a selection of exactly one image set.
+/// category "Image", each created on a selection of exactly one image set:
+///
+///     identifier               menu name                         class
+///     Threshold                Image;Threshold                   ThresholdAlgorithm
+///     MorphologicalOperations  Image;Morphological Operations    MorphologicalOperationsAlgorithm
+///     DistanceTransform        Image;Distance Transform          DistanceTransformAlgorithm
 class HostAlgorithmFactory : public AlgorithmFactory {
 public:
     HostAlgorithmFactory();

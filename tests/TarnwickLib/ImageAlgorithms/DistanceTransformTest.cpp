@@ -1,0 +1,171 @@
+#include "MaskImages.h"
+#include "support/LogCapture.h"
+#include "support/TestImages.h"
+
+#include <TarnwickLib/ImageAlgorithms/DistanceTransform.h>
+#include <TarnwickLib/ImageAlgorithms/DistanceTransformAlgorithm.h>
+#include <TarnwickLib/ImageOps/DistanceTransform.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+using namespace Tarnwick;
+using Tarnwick::Test::LogCapture;
+using Tarnwick::Test::obliquePlacement;
+using Tarnwick::Test::randomMask;
+using Tarnwick::Test::singleImageSet;
+using Tarnwick::Test::valuesOf;
+
+namespace {
+
+// Distance in millimetres from each foreground voxel centre to the nearest background voxel centre,
+// 0 on the background: the slow definition of computeChamfer(labels, true, true, false).
+std::vector<double> insideDistanceByDefinition(const TypedImage<unsigned char>& mask) {
+    const Eigen::Vector3i n = mask.dimensions();
+    const Eigen::Vector3d s = mask.spacing();
+    std::vector<double> result;
+    for (int z = 0; z < n.z(); ++z)
+        for (int y = 0; y < n.y(); ++y)
+            for (int x = 0; x < n.x(); ++x) {
+                double nearest = mask.value(x, y, z) ? std::numeric_limits<double>::infinity() : 0.0;
+                for (int bz = 0; bz < n.z() && nearest > 0; ++bz)
+                    for (int by = 0; by < n.y(); ++by)
+                        for (int bx = 0; bx < n.x(); ++bx)
+                            if (!mask.value(bx, by, bz))
+                                nearest = std::min(
+                                    nearest,
+                                    Eigen::Vector3d(s.x() * (bx - x), s.y() * (by - y), s.z() * (bz - z)).norm());
+                result.push_back(nearest);
+            }
+    return result;
+}
+
+void expectNear(const std::vector<double>& actual, const std::vector<double>& expected, double tolerance) {
+    ASSERT_EQ(actual.size(), expected.size());
+    for (std::size_t i = 0; i < actual.size(); ++i) {
+        if (std::isinf(expected[i]))
+            EXPECT_EQ(actual[i], expected[i]) << "voxel " << i;
+        else
+            EXPECT_NEAR(actual[i], expected[i], tolerance) << "voxel " << i;
+    }
+}
+
+// A signed label image of type T with values -2 .. 3 (only 1 .. 3 are labels).
+template <typename T>
+std::unique_ptr<TypedImage<T>> labelImage(const Eigen::Vector3i& dimensions, const Eigen::Vector3d& spacing) {
+    auto image = TypedImage<T>::create(ImageDescriptor(pixelTypeOf<T>(), dimensions, 1, spacing));
+    for (std::size_t i = 0; i < image->descriptor().numValues(); ++i)
+        image->pointer()[i] = static_cast<T>(static_cast<int>((i * 7919) % 6) - 2);
+    return image;
+}
+
+} // namespace
+
+TEST(DistanceTransform, ExtractionFlagsGiveTheInsideDistanceInMillimetres) {
+    for (const Eigen::Vector3i& dimensions : {Eigen::Vector3i(7, 6, 5), Eigen::Vector3i(9, 8, 1)}) {
+        SCOPED_TRACE(dimensions.transpose());
+        auto set = singleImageSet(randomMask(dimensions, 0.7, 3, {0.5, 1.25, 2.0}), obliquePlacement(), Data::Label);
+        const auto expected = insideDistanceByDefinition(*set->img<unsigned char>(0));
+        const auto distances = DistanceTransform::computeChamfer(*set, true, true, false);
+        ASSERT_NE(distances, nullptr);
+        EXPECT_EQ(distances->descriptor(), ImageDescriptor(PixelType::Float, dimensions, 1, {0.5, 1.25, 2.0}));
+        EXPECT_EQ(distances->matrixToWorld(), set->get(0)->matrixToWorld());
+        EXPECT_EQ(distances->modality(), Data::Distance);
+        expectNear(valuesOf(*distances->mem()), expected, 1e-5);
+    }
+}
+
+TEST(DistanceTransform, FlagsAndLabelTypesFollowTheKernel) {
+    const Eigen::Vector3i dimensions(6, 5, 4);
+    const Eigen::Vector3d spacing(0.7, 1.0, 1.9);
+    // The kernel's foreground is every voxel with a label > 0.
+    auto foreground = TypedImage<unsigned char>::create(ImageDescriptor(PixelType::UInt8, dimensions, 1, spacing));
+    auto shortLabels = labelImage<short>(dimensions, spacing);
+    auto floatLabels = labelImage<float>(dimensions, spacing);
+    for (std::size_t i = 0; i < foreground->descriptor().numValues(); ++i)
+        foreground->pointer()[i] = shortLabels->pointer()[i] > 0 ? 1 : 0;
+    const SharedImage shortImage(std::move(shortLabels));
+    const SharedImage floatImage(std::move(floatLabels));
+    const SharedImage maskImage(foreground->cloneTyped());
+
+    for (int flags = 0; flags < 8; ++flags) {
+        const ImageOps::DistanceTransformOptions options{(flags & 1) != 0, (flags & 2) != 0, (flags & 4) != 0};
+        SCOPED_TRACE(::testing::Message() << "useSpacing " << options.useSpacing << " insideDistance "
+                                          << options.insideDistance << " signedDistance " << options.signedDistance);
+        const auto expected = ImageOps::distanceTransform(*foreground, options);
+        ASSERT_NE(expected, nullptr);
+        for (const SharedImage* image : {&maskImage, &shortImage, &floatImage}) {
+            const auto actual = DistanceTransform::computeChamfer(*image, options.useSpacing, options.insideDistance,
+                                                                  options.signedDistance);
+            ASSERT_NE(actual, nullptr);
+            EXPECT_EQ(valuesOf(*actual->mem()), valuesOf(*expected)) << pixelTypeName(image->descriptor().pixelType);
+        }
+    }
+}
+
+TEST(DistanceTransform, SetVersionUsesTheCurrentImageAndRefusesBadInput) {
+    SharedImageSet set;
+    LogCapture log;
+    EXPECT_EQ(DistanceTransform::computeChamfer(set, true, true, false), nullptr);
+    EXPECT_TRUE(log.contains("Distance transform: the label image set is empty", Log::Error));
+
+    set.add(std::make_shared<SharedImage>(randomMask({5, 5, 5}, 0.5, 1)));
+    set.add(std::make_shared<SharedImage>(randomMask({5, 5, 5}, 0.5, 2)));
+    set.setSelectedIndex(1);
+    const auto fromSet = DistanceTransform::computeChamfer(set, false, false, true);
+    const auto fromImage = DistanceTransform::computeChamfer(*set.get(1), false, false, true);
+    ASSERT_NE(fromSet, nullptr);
+    ASSERT_NE(fromImage, nullptr);
+    EXPECT_EQ(valuesOf(*fromSet->mem()), valuesOf(*fromImage->mem()));
+
+    const SharedImage twoChannels(TypedImage<unsigned char>::zeros({4, 4, 4}, 2));
+    EXPECT_EQ(DistanceTransform::computeChamfer(twoChannels, true, true, false), nullptr);
+    EXPECT_TRUE(log.contains("Distance transform: expected a single-channel label image, got uint8 4x4x4 x2 "
+                             "spacing 1x1x1",
+                             Log::Error));
+}
+
+TEST(DistanceTransformAlgorithm, ParametersSelectTheFlagsForEveryImage) {
+    SharedImageSet set("vessels");
+    set.add(
+        std::make_shared<SharedImage>(randomMask({6, 5, 4}, 0.6, 5, {1, 2, 3}), obliquePlacement(0.2), Data::Label));
+    set.add(std::make_shared<SharedImage>(randomMask({4, 5, 1}, 0.6, 6), obliquePlacement(0.9), Data::Label));
+    DistanceTransformAlgorithm algorithm(set);
+    algorithm.useSpacing = false;
+    algorithm.signedDistance = true;
+    algorithm.compute();
+    ASSERT_EQ(algorithm.status(), Algorithm::Success);
+    auto output = algorithm.takeOutput();
+    ASSERT_EQ(output.size(), 1u);
+    const auto* distances = dynamic_cast<const SharedImageSet*>(output.get(0));
+    ASSERT_NE(distances, nullptr);
+    EXPECT_EQ(distances->name(), "vessels");
+    EXPECT_EQ(distances->modality(), Data::Distance);
+    ASSERT_EQ(distances->size(), 2);
+    for (int i = 0; i < 2; ++i) {
+        const auto expected = DistanceTransform::computeChamfer(*set.get(i), false, true, true);
+        EXPECT_EQ(valuesOf(*distances->mem(i)), valuesOf(*expected->mem())) << i;
+        EXPECT_EQ(distances->get(i)->matrixToWorld(), set.get(i)->matrixToWorld()) << i;
+    }
+}
+
+TEST(DistanceTransformAlgorithm, ReportsEmptyAndMultiChannelInput) {
+    LogCapture log;
+    SharedImageSet empty;
+    DistanceTransformAlgorithm onEmpty(empty);
+    onEmpty.compute();
+    EXPECT_EQ(onEmpty.status(), Algorithm::IncompleteInput);
+    EXPECT_TRUE(log.contains("Distance transform: the input image set is empty.", Log::Error));
+    EXPECT_TRUE(onEmpty.output().empty());
+
+    auto colour = singleImageSet(TypedImage<float>::zeros({3, 3, 3}, 3));
+    DistanceTransformAlgorithm onColour(*colour);
+    onColour.compute();
+    EXPECT_EQ(onColour.status(), Algorithm::InvalidInput);
+    EXPECT_TRUE(
+        log.contains("Distance transform: image 1 is float 3x3x3 x3 spacing 1x1x1; single-channel images are required.",
+                     Log::Error));
+    EXPECT_TRUE(onColour.output().empty());
+}
