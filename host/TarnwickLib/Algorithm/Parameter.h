@@ -87,11 +87,6 @@ public:
     }
 
 private:
-    template <typename U>
-    struct IsOptional : std::false_type {};
-    template <typename U>
-    struct IsOptional<std::optional<U>> : std::true_type {};
-
     static bool sameValue(const T& a, const T& b) {
         if constexpr (std::is_floating_point_v<T>)
             return a == b || (std::isnan(a) && std::isnan(b));
@@ -103,7 +98,7 @@ private:
 
     template <typename U>
     std::optional<std::string> parseValue(const std::string& text, U& out) const {
-        if constexpr (IsOptional<U>::value) {
+        if constexpr (detail::IsOptional<U>::value) {
             if (ParameterText::isNone(text)) {
                 out.reset();
                 return std::nullopt;
@@ -137,7 +132,7 @@ private:
 
     template <typename U>
     std::string formatValue(const U& value) const {
-        if constexpr (IsOptional<U>::value)
+        if constexpr (detail::IsOptional<U>::value)
             return value ? formatValue(*value) : std::string(ParameterText::noneText);
         else if constexpr (std::is_enum_v<U> || std::is_same_v<U, int>)
             return isEnumeration() ? ParameterText::formatEnum(static_cast<int>(value), labels())

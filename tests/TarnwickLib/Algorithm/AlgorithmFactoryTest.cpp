@@ -14,28 +14,13 @@ class SampleFactory : public AlgorithmFactory {
 public:
     SampleFactory() : AlgorithmFactory("Sample") {
         registerAlgorithm<CopyAlgorithm>("Copy", "Data;Copy", 4);
-        Properties preset("small");
-        preset.setParam("count", 1);
-        registerAlgorithm<SourceAlgorithm>("Source", "Data;Source", 0, {preset});
+        registerAlgorithm<SourceAlgorithm>("Source", "Data;Source");
         registerAlgorithm<ThrowingAlgorithm>("Throwing", "Data;Throwing");
         registerAlgorithm<LyingAlgorithm>("Lying", "Data;Lying");
     }
 };
 
 } // namespace
-
-TEST(AlgorithmFactory, ListsRegistrationsInOrder) {
-    SampleFactory factory;
-    EXPECT_EQ(factory.name(), "Sample");
-    ASSERT_EQ(factory.entries().size(), 4u);
-    EXPECT_EQ(factory.entries()[0].id, "Copy");
-    EXPECT_EQ(factory.entries()[0].menuName, "Data;Copy");
-    EXPECT_EQ(factory.entries()[0].flags, 4);
-    EXPECT_EQ(factory.entries()[1].id, "Source");
-    ASSERT_EQ(factory.entries()[1].presets.size(), 1u);
-    EXPECT_EQ(factory.entries()[1].presets[0].name(), "small");
-    EXPECT_EQ(factory.entry("Missing"), nullptr);
-}
 
 TEST(AlgorithmFactory, InstallsTheClassCompatibilityTest) {
     SampleFactory factory;
