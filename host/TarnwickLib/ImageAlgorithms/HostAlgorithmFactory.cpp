@@ -2,6 +2,7 @@
 
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/ImageAlgorithms/DistanceTransformAlgorithm.h>
+#include <TarnwickLib/ImageAlgorithms/ImageResamplingAlgorithm.h>
 #include <TarnwickLib/ImageAlgorithms/MorphologicalOperationsAlgorithm.h>
 #include <TarnwickLib/ImageAlgorithms/ThresholdAlgorithm.h>
 #include <TarnwickLib/IO/ImageSetTarnwickFilePlugin.h>
@@ -13,6 +14,7 @@ namespace Tarnwick {
 
 HostAlgorithmFactory::HostAlgorithmFactory() : AlgorithmFactory("Image") {
     registerAlgorithm<ThresholdAlgorithm>("Threshold", "Image;Threshold");
+    registerAlgorithm<ImageResamplingAlgorithm>("ImageResampling", "Image;Resample");
     registerAlgorithm<MorphologicalOperationsAlgorithm>("MorphologicalOperations", "Image;Morphological Operations");
     registerAlgorithm<DistanceTransformAlgorithm>("DistanceTransform", "Image;Distance Transform");
 }

@@ -9,6 +9,7 @@ namespace Tarnwick {
 ///
 ///     identifier               menu name                         class
 ///     Threshold                Image;Threshold                   ThresholdAlgorithm
+///     ImageResampling          Image;Resample                    ImageResamplingAlgorithm
 ///     MorphologicalOperations  Image;Morphological Operations    MorphologicalOperationsAlgorithm
 ///     DistanceTransform        Image;Distance Transform          DistanceTransformAlgorithm
 class HostAlgorithmFactory : public AlgorithmFactory {

@@ -1,7 +1,7 @@
 // Host wrapper of the binary morphology and thinning kernels: checks the set once, then runs the
-// selected operation image by image, in place or into new masks. Cost per image: O(voxels) for the
-// ball operations (two distance transforms for opening and closing, one otherwise) and for thinning
-// O(voxels) plus O(border voxels) per thinning step; see the kernels.
+// selected operation image by image, in place or into new masks. Each ball operation is one or two
+// distance transforms (opening and closing two) rather than a sweep of the ball; thinning costs
+// O(voxels) plus O(border voxels) per thinning step. See the kernels for details.
 #include <TarnwickLib/ImageAlgorithms/MorphologicalOperationsAlgorithm.h>
 
 #include <TarnwickLib/ImageAlgorithms/ImageSetInput.h>

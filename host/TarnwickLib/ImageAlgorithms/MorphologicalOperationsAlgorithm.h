@@ -9,7 +9,7 @@ namespace Tarnwick {
 /// Binary morphology on the masks of an image set: dilation, erosion, opening and closing with a ball
 /// of radius `opSize` voxels (the voxels within Euclidean distance opSize in voxel units, so spacing is
 /// ignored), and thinning to a skeleton (`opSize` unused). Computed by the ImageOps kernels (morphology
-/// through the exact distance transform, so the cost does not grow with the ball; thinning by the 3-D
+/// through exact distance transforms rather than sweeps of the ball; thinning by the 3-D
 /// medial-axis method of Lee, Kashyap and Chu). Masks with dimension z = 1 are processed in 2-D.
 /// Outside the volume counts as background, so erosion (and hence opening and closing) also works from
 /// the volume border; pad a mask by opSize voxels to keep closing away from it.

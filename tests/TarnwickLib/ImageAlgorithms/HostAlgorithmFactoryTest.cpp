@@ -5,6 +5,7 @@
 #include <TarnwickLib/Data/Mesh.h>
 #include <TarnwickLib/ImageAlgorithms/DistanceTransformAlgorithm.h>
 #include <TarnwickLib/ImageAlgorithms/HostAlgorithmFactory.h>
+#include <TarnwickLib/ImageAlgorithms/ImageResamplingAlgorithm.h>
 #include <TarnwickLib/ImageAlgorithms/MorphologicalOperationsAlgorithm.h>
 #include <TarnwickLib/ImageAlgorithms/ThresholdAlgorithm.h>
 #include <TarnwickLib/IO/ImageSetTarnwickFilePlugin.h>
@@ -36,6 +37,7 @@ std::function<bool(const Algorithm*)> isA() {
 const std::vector<Expected>& expectedCatalogue() {
     static const std::vector<Expected> catalogue{
         {"Threshold", "Image;Threshold", isA<ThresholdAlgorithm>()},
+        {"ImageResampling", "Image;Resample", isA<ImageResamplingAlgorithm>()},
         {"MorphologicalOperations", "Image;Morphological Operations", isA<MorphologicalOperationsAlgorithm>()},
         {"DistanceTransform", "Image;Distance Transform", isA<DistanceTransformAlgorithm>()},
     };
