@@ -1,10 +1,13 @@
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 
+#include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphToPointCloudAlgorithm.h>
 #include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
 #include <TarnwickGraph/Algorithms/NodeToEdgeFeatureAlgorithm.h>
+#include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
+#include <TarnwickGraph/Algorithms/PruneTerminalPathsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/TransferGraphFeatureToMeshAlgorithm.h>
 #include <TarnwickGraph/IO/GraphMLIoAlgorithm.h>
 
@@ -13,10 +16,13 @@ namespace Tarnwick {
 GraphPluginFactory::GraphPluginFactory() : AlgorithmFactory("Graph") {
     // One line per algorithm, in the catalogue order of the header; an algorithm is added at its
     // place in the list when its class joins the plug-in.
+    registerAlgorithm<CombineGraphsAlgorithm>("CombineGraphs", "Graph;Combine Graphs");
+    registerAlgorithm<PartitionGraphsAlgorithm>("PartitionGraphs", "Graph;Partition Graphs");
     registerAlgorithm<GraphToPointCloudAlgorithm>("GraphToPointCloud", "Graph;Extract Point Cloud");
     registerAlgorithm<GraphReindexingAlgorithm>("GraphReindexing", "Graph;Reindex Graph");
     registerAlgorithm<MinimumSpanningTreeAlgorithm>("MinimumSpanningTree", "Graph;Minimum Spanning Tree");
     registerAlgorithm<NodeToEdgeFeatureAlgorithm>("NodeToEdgeFeature", "Graph;Node To Edge Feature");
+    registerAlgorithm<PruneTerminalPathsAlgorithm>("PruneTerminalPaths", "Graph;Prune Terminal Paths");
     registerAlgorithm<EvaluateGraphAtImageAlgorithm>("EvaluateGraphAtImage", "Graph;Evaluate Graph At Image");
     registerAlgorithm<GraphMLIoAlgorithm>("GraphMLIo", "IO;Graph (graphml)");
     registerAlgorithm<TransferGraphFeatureToMeshAlgorithm>("TransferGraphFeatureToMeshAlgorithm",

@@ -1,0 +1,194 @@
+#include "../GraphInvariants.h"
+#include "PolylineGraph.h"
+#include "support/LogCapture.h"
+
+#include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
+#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
+#include <TarnwickLib/Data/Mesh.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace Tarnwick {
+namespace {
+
+using Test::addPolyline;
+using Test::graphIsConsistent;
+using Test::LogCapture;
+
+std::vector<Graph*> parts(const OwningDataList& output) {
+    return output.dataList().getAll<Graph>();
+}
+
+std::unique_ptr<PartitionGraphsAlgorithm> create(const DataList& data) {
+    Algorithm* out = nullptr;
+    EXPECT_TRUE(PartitionGraphsAlgorithm::createCompatible(data, &out));
+    return std::unique_ptr<PartitionGraphsAlgorithm>(static_cast<PartitionGraphsAlgorithm*>(out));
+}
+
+/// Components of sizes 1 (node 1), 3 (nodes 2-4, a chain) and 2 (nodes 5-6), discovered in that order.
+std::unique_ptr<Graph> threeComponents(Graph::Type type = Graph::Undirected) {
+    auto graph = std::make_unique<Graph>(type, Graph::Dim3D);
+    for (int i = 1; i <= 6; ++i)
+        graph->addNode(Graph::NodeInfo(Eigen::Vector3d(i, 0, 0), {}));
+    graph->addEdge(2, 3, {{2.5}});
+    graph->addEdge(3, 4, {{3.5}});
+    graph->addEdge(6, 5, {{5.5}});
+    return graph;
+}
+
+TEST(PartitionGraphsTest, IsInTheCatalogue) {
+    const GraphPluginFactory factory;
+    const AlgorithmFactory::Entry* entry = factory.entry("PartitionGraphs");
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->menuName, "Graph;Partition Graphs");
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    const std::unique_ptr<Algorithm> algorithm = factory.create("PartitionGraphs", DataList{&graph});
+    EXPECT_NE(dynamic_cast<PartitionGraphsAlgorithm*>(algorithm.get()), nullptr);
+    EXPECT_FALSE(factory.isCompatible("PartitionGraphs", DataList{&graph, &graph}));
+}
+
+TEST(PartitionGraphsTest, AcceptsExactlyOneGraph) {
+    Graph a(Graph::Undirected, Graph::Dim3D), b(Graph::Undirected, Graph::Dim3D);
+    Mesh mesh;
+    EXPECT_TRUE(PartitionGraphsAlgorithm::createCompatible(DataList{&a}, nullptr));
+    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{}, nullptr));
+    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&a, &b}, nullptr));
+    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&a, &mesh}, nullptr));
+    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&mesh}, nullptr));
+
+    auto algorithm = create(DataList{&a});
+    ASSERT_NE(algorithm, nullptr);
+    ASSERT_EQ(algorithm->parameters().size(), 1u);
+    EXPECT_EQ(algorithm->minComponentSize.name(), "minComponentSize");
+    EXPECT_EQ(algorithm->minComponentSize.value(), 1);
+    EXPECT_EQ(algorithm->minComponentSize.defaultValue(), 1);
+}
+
+TEST(PartitionGraphsTest, ComponentsAreNumberedInDiscoveryOrderWithAscendingIds) {
+    auto graph = threeComponents();
+    // A node added later under a small id joins the first component through an edge.
+    graph->addOrReplaceNode(0, Graph::NodeInfo(Eigen::Vector3d::Zero(), {}));
+    graph->addEdge(0, 6, {});
+    const auto components = PartitionGraphsAlgorithm::computeConnectedComponents(*graph);
+    const PartitionGraphsAlgorithm::ComponentMap expected{{0, {0, 5, 6}}, {1, {1}}, {2, {2, 3, 4}}};
+    EXPECT_EQ(components, expected);
+}
+
+TEST(PartitionGraphsTest, PartsComeLargestFirstWithFreshIdsAndAllEdges) {
+    auto graph = threeComponents();
+    PartitionGraphsAlgorithm algorithm(*graph);
+    algorithm.compute();
+    EXPECT_EQ(algorithm.status(), Algorithm::Success);
+    OwningDataList output = algorithm.takeOutput();
+    const std::vector<Graph*> result = parts(output);
+    ASSERT_EQ(result.size(), 3u);
+    EXPECT_EQ(result[0]->numNodes(), 3u);
+    EXPECT_EQ(result[1]->numNodes(), 2u);
+    EXPECT_EQ(result[2]->numNodes(), 1u);
+
+    // The chain 2-3-4 becomes 1-2-3 with its records.
+    const Graph& chain = *result[0];
+    EXPECT_TRUE(graphIsConsistent(chain));
+    EXPECT_EQ(chain.numEdges(), 2u);
+    ASSERT_TRUE(chain.edge(1, 2).has_value());
+    EXPECT_EQ(chain.edge(1, 2)->features, std::vector<double>{2.5});
+    EXPECT_EQ(chain.edge(2, 3)->features, std::vector<double>{3.5});
+    std::vector<double> xs;
+    chain.forEachNode([&](unsigned long, const Graph::NodeInfo& node) { xs.push_back(node.position.x()); });
+    EXPECT_EQ(xs, (std::vector<double>{2, 3, 4}));
+    // The edge was stored as 6-5 in the input; in the part it joins nodes 1 and 2.
+    EXPECT_EQ(result[1]->edge(2, 1)->features, std::vector<double>{5.5});
+    EXPECT_EQ(result[2]->numEdges(), 0u);
+    EXPECT_EQ(graph->numNodes(), 6u) << "the input is not changed";
+}
+
+TEST(PartitionGraphsTest, MinComponentSizeDropsSmallerComponentsOnly) {
+    auto graph = threeComponents();
+    PartitionGraphsAlgorithm algorithm(*graph);
+    algorithm.minComponentSize = 2;
+    algorithm.compute();
+    std::vector<Graph*> result = parts(algorithm.output());
+    ASSERT_EQ(result.size(), 2u);
+    EXPECT_EQ(result[1]->numNodes(), 2u) << "a component of exactly minComponentSize nodes is kept";
+
+    algorithm.minComponentSize = 4;
+    algorithm.compute();
+    EXPECT_EQ(algorithm.status(), Algorithm::Success);
+    EXPECT_TRUE(algorithm.output().empty());
+
+    Graph empty(Graph::Undirected, Graph::Dim3D);
+    PartitionGraphsAlgorithm onEmpty(empty);
+    onEmpty.compute();
+    EXPECT_EQ(onEmpty.status(), Algorithm::Success);
+    EXPECT_TRUE(onEmpty.output().empty());
+}
+
+TEST(PartitionGraphsTest, DirectedGraphsSplitIntoWeaklyConnectedComponents) {
+    LogCapture log;
+    Graph graph(Graph::Directed, Graph::Dim2D);
+    addPolyline(graph, {{0, 0, 0}, {1, 0, 0}});
+    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(2, 0, 0), {}));
+    graph.addEdge(3, 2, {{7.0}}); // 1 -> 2 <- 3: both edges point to the middle node
+    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(9, 0, 0), {}));
+
+    PartitionGraphsAlgorithm algorithm(graph);
+    algorithm.compute();
+    EXPECT_EQ(log.warnings(), std::vector<std::string>{"Directed Graph. Computing weakly connected components."});
+    const std::vector<Graph*> result = parts(algorithm.output());
+    ASSERT_EQ(result.size(), 2u);
+    const Graph& part = *result[0];
+    EXPECT_EQ(part.type(), Graph::Directed);
+    EXPECT_EQ(part.dimension(), Graph::Dim2D);
+    EXPECT_EQ(part.numEdges(), 2u);
+    EXPECT_TRUE(part.edge(1, 2).has_value());
+    EXPECT_TRUE(part.edge(3, 2).has_value());
+    EXPECT_FALSE(part.edge(2, 3).has_value()) << "edge directions are kept";
+    EXPECT_TRUE(graphIsConsistent(part));
+}
+
+TEST(PartitionGraphsTest, PartsKeepFeatureNamesAttributesAndPlacement) {
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    graph.getOrCreateNodeFeatureIdx("radius", 2.0);
+    graph.getOrCreateEdgeFeatureIdx("length", -1.0);
+    Eigen::Matrix4d placement = Eigen::Matrix4d::Identity();
+    placement.topRightCorner<3, 1>() = Eigen::Vector3d(10, 20, 30);
+    graph.setMatrixToWorld(placement);
+    Properties attributes;
+    attributes.setParam("label", std::string("root"));
+    const unsigned long a = graph.addNode(Graph::NodeInfo(Eigen::Vector3d(1, 2, 3), {4.5}, attributes));
+    const unsigned long b = graph.addNode(Graph::NodeInfo(Eigen::Vector3d(4, 5, 6), {5.5}));
+    Graph::EdgeInfo edge{{1.5, 2.5}, attributes};
+    graph.addEdge(a, b, edge);
+
+    const auto result = PartitionGraphsAlgorithm::partition(graph, PartitionGraphsAlgorithm::ComponentMap{{0, {a, b}}});
+    ASSERT_EQ(result.size(), 1u);
+    const Graph& part = *result[0];
+    EXPECT_EQ(part.nodeFeatureDescriptors(), graph.nodeFeatureDescriptors());
+    EXPECT_EQ(part.edgeFeatureDescriptors(), graph.edgeFeatureDescriptors());
+    EXPECT_EQ(part.matrixToWorld(), placement);
+    std::vector<Graph::NodeInfo> nodes;
+    part.forEachNode([&](unsigned long, const Graph::NodeInfo& node) { nodes.push_back(node); });
+    ASSERT_EQ(nodes.size(), 2u);
+    EXPECT_EQ(nodes[0], Graph::NodeInfo(Eigen::Vector3d(1, 2, 3), {4.5}, attributes));
+    EXPECT_EQ(part.edge(1, 2), std::optional<Graph::EdgeInfo>(edge));
+}
+
+TEST(PartitionGraphsTest, SelfLoopsAndHandMadeComponentMapsStayConsistent) {
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    addPolyline(graph, {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}});
+    graph.addEdge(2, 2, {{9.0}});
+    // Splitting the chain by hand drops the edge 2-3 that would cross the parts.
+    const auto result =
+        PartitionGraphsAlgorithm::partition(graph, PartitionGraphsAlgorithm::ComponentMap{{0, {1, 2}}, {1, {3}}});
+    ASSERT_EQ(result.size(), 2u);
+    EXPECT_EQ(result[0]->numEdges(), 2u);
+    EXPECT_EQ(result[0]->edge(2, 2)->features, std::vector<double>{9.0});
+    EXPECT_EQ(result[1]->numEdges(), 0u);
+    for (const auto& part : result)
+        EXPECT_TRUE(graphIsConsistent(*part));
+}
+
+} // namespace
+} // namespace Tarnwick
