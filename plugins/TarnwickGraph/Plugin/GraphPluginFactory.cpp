@@ -1,6 +1,7 @@
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 
 #include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
+#include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphToPointCloudAlgorithm.h>
@@ -17,6 +18,7 @@ GraphPluginFactory::GraphPluginFactory() : AlgorithmFactory("Graph") {
     // One line per algorithm, in the catalogue order of the header; an algorithm is added at its
     // place in the list when its class joins the plug-in.
     registerAlgorithm<CombineGraphsAlgorithm>("CombineGraphs", "Graph;Combine Graphs");
+    registerAlgorithm<ComputeCommonGraphFeaturesAlgorithm>("ComputeFeatures", "Graph;Compute Features");
     registerAlgorithm<PartitionGraphsAlgorithm>("PartitionGraphs", "Graph;Partition Graphs");
     registerAlgorithm<GraphToPointCloudAlgorithm>("GraphToPointCloud", "Graph;Extract Point Cloud");
     registerAlgorithm<GraphReindexingAlgorithm>("GraphReindexing", "Graph;Reindex Graph");
