@@ -6,6 +6,7 @@
 #include <TarnwickLib/Algorithm/IoAlgorithm.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 #include <TarnwickLib/IO/ImageFileIO.h>
+#include <TarnwickLib/IO/MeshFileIO.h>
 #include <TarnwickLib/IO/TarnwickFile.h>
 
 #include <algorithm>
@@ -96,6 +97,16 @@ std::optional<OwningDataList> DataFileIO::load(const std::string& path, Progress
         list.add(std::move(result.images));
         return list;
     }
+    if (MeshFileIO::isSupported(path)) {
+        MeshFileIO::LoadResult result = MeshFileIO::load(path);
+        if (!result.mesh) {
+            TW_LOG_CAT_ERROR(category, "Cannot load '{}': {}", path, result.error);
+            return std::nullopt;
+        }
+        OwningDataList list;
+        list.add(std::move(result.mesh));
+        return list;
+    }
     return loadWithAlgorithm(path, progress);
 }
 
@@ -116,6 +127,13 @@ bool DataFileIO::save(const std::string& path, const DataList& data, Progress* p
         if (!result)
             TW_LOG_CAT_ERROR(category, "Cannot save '{}': {}", path, result.error);
         return result.ok();
+    }
+    if (MeshFileIO::isSupported(path)) {
+        const auto* mesh = data.size() == 1 ? dynamic_cast<const Mesh*>(data[0]) : nullptr;
+        const std::string error = mesh ? MeshFileIO::save(*mesh, path) : "a PLY file holds exactly one mesh";
+        if (!error.empty())
+            TW_LOG_CAT_ERROR(category, "Cannot save '{}': {}", path, error);
+        return error.empty();
     }
     std::unique_ptr<IoAlgorithm> writer = ioAlgorithmFor(path, data, IoAlgorithm::Save);
     if (!writer) {
@@ -138,6 +156,7 @@ std::vector<std::string> DataFileIO::loadableExtensions() {
     std::vector<std::string> extensions{std::string(".") + TarnwickFile::extension};
     for (const std::string& extension : ImageFileIO::supportedExtensions())
         extensions.push_back(extension);
+    extensions.push_back(".ply");
     visitIoAlgorithms(DataList{}, IoAlgorithm::Load, [&](std::unique_ptr<IoAlgorithm> io) {
         for (const std::string& extension : io->supportedFileExtensions())
             if (std::find(extensions.begin(), extensions.end(), "." + extension) == extensions.end())

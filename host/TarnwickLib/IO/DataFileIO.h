@@ -14,6 +14,7 @@ class Progress;
 /// - "tnw": the host's data file (TarnwickFile), any number of data sets of every type a file
 ///   plug-in handles (graphs through the graph plug-in's record);
 /// - the image formats of ImageFileIO (".nii", ".nii.gz", ".nrrd", ".mha", ...): one image set;
+/// - ".ply" (MeshFileIO): one mesh;
 /// - any other extension: the first I/O algorithm of the algorithm catalogue (FactoryRegistry) that
 ///   reads or writes it, so plug-ins add formats without the host knowing them (".graphml" comes
 ///   from the graph plug-in's "GraphMLIo").

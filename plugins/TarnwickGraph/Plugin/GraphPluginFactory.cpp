@@ -3,6 +3,7 @@
 #include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphToPointCloudAlgorithm.h>
 #include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
@@ -20,6 +21,7 @@ GraphPluginFactory::GraphPluginFactory() : AlgorithmFactory("Graph") {
     registerAlgorithm<CombineGraphsAlgorithm>("CombineGraphs", "Graph;Combine Graphs");
     registerAlgorithm<ComputeCommonGraphFeaturesAlgorithm>("ComputeFeatures", "Graph;Compute Features");
     registerAlgorithm<PartitionGraphsAlgorithm>("PartitionGraphs", "Graph;Partition Graphs");
+    registerAlgorithm<GraphSmoothingAlgorithm>("GraphSmoothing", "Graph;Graph Smoothing");
     registerAlgorithm<GraphToPointCloudAlgorithm>("GraphToPointCloud", "Graph;Extract Point Cloud");
     registerAlgorithm<GraphReindexingAlgorithm>("GraphReindexing", "Graph;Reindex Graph");
     registerAlgorithm<MinimumSpanningTreeAlgorithm>("MinimumSpanningTree", "Graph;Minimum Spanning Tree");

@@ -1,0 +1,145 @@
+#include <TarnwickGraph/Algorithms/CenterlineResampling.h>
+
+#include "../TubeMask.h"
+#include "support/LogCapture.h"
+#include "support/TestImages.h"
+
+#include <TarnwickLib/Image/SharedImageSet.h>
+
+#include <Eigen/Geometry>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace Tarnwick;
+
+namespace {
+
+ImageDescriptorWorld frame(const Eigen::Vector3i& dims, const Eigen::Vector3d& spacing,
+                           const Eigen::Matrix4d& placement = Eigen::Matrix4d::Identity()) {
+    return ImageDescriptorWorld(ImageDescriptor(PixelType::UInt8, dims, 1, spacing), placement);
+}
+
+} // namespace
+
+TEST(CenterlineResampling, TargetSpacingOnlyEverCoarsens) {
+    using CenterlineResampling::computeTargetSpacing;
+    const auto descriptor = [](const Eigen::Vector3i& dims, const Eigen::Vector3d& spacing) {
+        return ImageDescriptor(PixelType::UInt8, dims, 1, spacing);
+    };
+    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.1)), 1.0, 6), 1.0 / 6.0);
+    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.5)), 1.0, 6), 0.5);
+    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, {0.1, 0.1, 0.8}), 1.0, 6), 0.8);
+    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 1}, {0.1, 0.12, 5.0}), 1.0, 6), 1.0 / 6.0)
+        << "a 2-D image ignores its z spacing";
+    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.1)), 1.0, 0), 0.1);
+    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.1)), NAN, 6), 0.1);
+}
+
+TEST(CenterlineResampling, GridDimensionsAreOddWithPadding) {
+    using CenterlineResampling::computeTargetGrid;
+    const auto input = frame({40, 40, 40}, Eigen::Vector3d::Constant(0.1));
+    // Extents of 10 and 11 voxels at the same spacing: n = 10 gives 10 + 4 + 4 + 1, n = 11 gives 11 + 4 + 4.
+    const auto even = computeTargetGrid(input, {0, 0, 0}, {9, 9, 9}, 0.1, 2);
+    const auto odd = computeTargetGrid(input, {0, 0, 0}, {10, 10, 10}, 0.1, 2);
+    ASSERT_TRUE(even && odd);
+    EXPECT_EQ(even->descriptor.dimensions, Eigen::Vector3i(19, 19, 19));
+    EXPECT_EQ(odd->descriptor.dimensions, Eigen::Vector3i(19, 19, 19));
+    EXPECT_EQ(computeTargetGrid(input, {0, 0, 0}, {9, 10, 29}, 0.1, std::nullopt)->descriptor.dimensions,
+              Eigen::Vector3i(15, 15, 35));
+    // Coarsening: 30 voxels of 0.1 mm at 0.25 mm give n = ceil(12) = 12.
+    const auto coarse = computeTargetGrid(input, {0, 0, 0}, {29, 29, 29}, 0.25, 1);
+    EXPECT_EQ(coarse->descriptor.dimensions, Eigen::Vector3i(19, 19, 19));
+    EXPECT_EQ(coarse->descriptor.spacing, Eigen::Vector3d::Constant(0.25));
+    EXPECT_EQ(coarse->descriptor.pixelType, PixelType::UInt8);
+
+    const auto flat = computeTargetGrid(frame({40, 30, 1}, {0.1, 0.1, 2.0}), {0, 0, 0}, {9, 10, 0}, 0.1, 2);
+    ASSERT_TRUE(flat);
+    EXPECT_EQ(flat->descriptor.dimensions, Eigen::Vector3i(19, 19, 1));
+    EXPECT_EQ(flat->descriptor.spacing, Eigen::Vector3d(0.1, 0.1, 1.0));
+}
+
+TEST(CenterlineResampling, GridIsCentredOnTheRoundedBoxCentreWithTheInputsAxes) {
+    const Eigen::Matrix4d placement = Tarnwick::Test::obliquePlacement();
+    const auto input = frame({40, 50, 60}, {0.3, 0.4, 0.5}, placement);
+    const Eigen::Vector3i low(2, 4, 6), high(8, 10, 13);
+    const auto grid = CenterlineResampling::computeTargetGrid(input, low, high, 0.5, 2);
+    ASSERT_TRUE(grid);
+    const Eigen::Vector3d centreVoxel = (grid->descriptor.dimensions.cast<double>().array() - 1.0) / 2.0;
+    EXPECT_TRUE(grid->pixelToWorld(centreVoxel).isApprox(input.pixelToWorld({5, 7, 10}), 1e-12))
+        << "(6 + 13) / 2 = 9.5 rounds to 10";
+    const Eigen::Matrix3d gridAxes = grid->matrixToWorld.topLeftCorner(3, 3);
+    EXPECT_TRUE(gridAxes.isApprox(placement.topLeftCorner(3, 3)));
+    // The grid covers the box: both corners map inside it.
+    for (const Eigen::Vector3i& corner : {low, high}) {
+        const Eigen::Vector3d p = grid->worldToPixel(input.pixelToWorld(corner.cast<double>()));
+        const Eigen::Array3d last = grid->descriptor.dimensions.cast<double>().array() - 1.0;
+        EXPECT_TRUE((p.array() >= 0.0).all() && (p.array() <= last).all()) << p.transpose();
+    }
+}
+
+TEST(CenterlineResampling, RejectsGridsThatCannotBeMade) {
+    using CenterlineResampling::computeTargetGrid;
+    const auto input = frame({40, 40, 40}, Eigen::Vector3d::Constant(0.1));
+    EXPECT_FALSE(computeTargetGrid(input, {5, 5, 5}, {4, 9, 9}, 0.1, 2)) << "empty box";
+    EXPECT_FALSE(computeTargetGrid(input, {0, 0, 0}, {9, 9, 9}, 0.0, 2));
+    EXPECT_FALSE(computeTargetGrid(input, {0, 0, 0}, {9, 9, 9}, NAN, 2));
+    EXPECT_FALSE(computeTargetGrid(input, {0, 0, 0}, {9, 9, 9}, 0.1, -1));
+    EXPECT_FALSE(computeTargetGrid(input, {0, 0, 0}, {9, 9, 9}, 0.1, 1 << 20)) << "more than 2^31 voxels";
+}
+
+namespace {
+
+/// Distance of a world point from the tube axis, and its position along it (image x, in mm).
+std::pair<double, double> axisCoordinates(const Eigen::Vector3d& world, const Eigen::Matrix4d& placement) {
+    const Eigen::Vector3d image = (placement.inverse() * world.homogeneous()).head<3>();
+    return {image.tail<2>().norm(), image.x()};
+}
+
+} // namespace
+
+TEST(CenterlineResampling, ResampledMaskCoversTheTubeOnTheCoarserGrid) {
+    const Eigen::Matrix4d placement = Tarnwick::Test::obliquePlacement();
+    const auto labels = Tarnwick::Test::tubeMask<unsigned char>(3, placement);
+    const auto resampled = CenterlineResampling::resampleLabelMap(*labels);
+    ASSERT_TRUE(resampled);
+    const SharedImage& mask = *resampled->get(0);
+    EXPECT_EQ(mask.descriptor().spacing, Eigen::Vector3d::Constant(0.3)) << "max(0.3, 1 / 6)";
+    EXPECT_EQ(mask.descriptor().dimensions.array().unaryExpr([](int d) { return d % 2; }).minCoeff(), 1);
+    const auto* values = mask.typed<unsigned char>();
+    ASSERT_NE(values, nullptr);
+
+    const Eigen::Vector3i dims = mask.descriptor().dimensions;
+    const ImageDescriptorWorld frame = mask.descriptorWorld();
+    int foreground = 0;
+    for (int z = 0; z < dims.z(); ++z)
+        for (int y = 0; y < dims.y(); ++y)
+            for (int x = 0; x < dims.x(); ++x) {
+                const auto [radius, along] = axisCoordinates(frame.pixelToWorld(Eigen::Vector3d(x, y, z)), placement);
+                const unsigned char value = values->value(x, y, z);
+                ASSERT_LE(value, 1);
+                foreground += value;
+                if (value)
+                    EXPECT_LT(radius, 1.0 + 0.3) << x << " " << y << " " << z;
+                else if (std::abs(along) < 2.0) // well inside the tube's length
+                    EXPECT_GT(radius, 1.0 - 0.3) << x << " " << y << " " << z;
+            }
+    EXPECT_GT(foreground, 0);
+
+    // A float image thresholded at 0.5 gives the same mask.
+    const auto fromFloat = CenterlineResampling::resampleLabelMap(*Tarnwick::Test::tubeMask<float>(0.75f, placement));
+    ASSERT_TRUE(fromFloat);
+    EXPECT_TRUE(Tarnwick::Test::sameValues(*fromFloat->get(0)->mem(), *mask.mem()));
+}
+
+TEST(CenterlineResampling, ImagesWithoutForegroundAreRefused) {
+    Tarnwick::Test::LogCapture log;
+    const auto empty = Tarnwick::Test::tubeMask<float>(0.25f, Eigen::Matrix4d::Identity()); // below the threshold
+    EXPECT_FALSE(CenterlineResampling::resampleLabelMap(*empty));
+    EXPECT_TRUE(log.contains("The label image has no foreground.", Log::Error));
+
+    const SharedImage twoChannels(std::shared_ptr<MemImage>(TypedImage<unsigned char>::zeros({4, 4, 4}, 2)));
+    log.clear();
+    EXPECT_FALSE(CenterlineResampling::resampleLabelMap(twoChannels));
+    EXPECT_FALSE(log.errors().empty());
+}

@@ -1,0 +1,356 @@
+#include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
+
+#include "../GraphInvariants.h"
+#include "../SyntheticGraphs.h"
+#include "../TubeMask.h"
+#include "support/LogCapture.h"
+
+#include <TarnwickGraph/Algorithms/BogackiShampineIntegrator.h>
+#include <TarnwickGraph/Algorithms/DistanceWeightedCurveShortening.h>
+#include <TarnwickGraph/Graph/GraphUtils.h>
+#include <TarnwickLib/Image/SharedImageSet.h>
+
+#include <Eigen/Dense>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <memory>
+
+using namespace Tarnwick;
+using Tarnwick::Test::LogCapture;
+
+namespace {
+
+std::map<unsigned long, Eigen::Vector3d> positionsById(const Graph& graph) {
+    std::map<unsigned long, Eigen::Vector3d> result;
+    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo& node) { result[id] = node.position; });
+    return result;
+}
+
+/// Dense reference of the heat-kernel step: builds I + sigma^2 / 2 (D - W) from scratch and solves it by LU.
+Eigen::MatrixX3d denseHeatKernel(const Graph& graph, double sigma, bool preserveTerminal) {
+    std::vector<unsigned long> ids;
+    std::map<unsigned long, int> row;
+    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo&) {
+        row[id] = static_cast<int>(ids.size());
+        ids.push_back(id);
+    });
+    const int n = static_cast<int>(ids.size());
+    Eigen::MatrixXd weights = Eigen::MatrixXd::Zero(n, n);
+    Eigen::MatrixX3d x(n, 3);
+    const auto nodes = positionsById(graph);
+    for (int i = 0; i < n; ++i) {
+        x.row(i) = nodes.at(ids[i]).transpose();
+        const auto& around = graph.neighborhood(ids[i]);
+        if (preserveTerminal && around.size() == 1) {
+            weights(i, i) = 1.0;
+            continue;
+        }
+        for (const auto& entry : around) {
+            const double d2 = (nodes.at(ids[i]) - nodes.at(entry.first)).squaredNorm();
+            weights(i, row[entry.first]) = std::exp(-d2 / (2 * sigma * sigma));
+        }
+    }
+    const Eigen::MatrixXd degree = weights.rowwise().sum().asDiagonal();
+    const Eigen::MatrixXd system = Eigen::MatrixXd::Identity(n, n) + 0.5 * sigma * sigma * (degree - weights);
+    return system.partialPivLu().solve(x);
+}
+
+/// A float image of the inside distance (mm) to a tube of radius `radius` around the x axis, spacing
+/// 0.5, centred on the origin: D = max(0, radius - distance to the axis).
+std::unique_ptr<SharedImage> tubeDistance(double radius) {
+    const Eigen::Vector3i dims(61, 25, 25);
+    auto values = TypedImage<float>::create(ImageDescriptor(PixelType::Float, dims, 1, Eigen::Vector3d::Constant(0.5)));
+    for (int z = 0; z < dims.z(); ++z)
+        for (int y = 0; y < dims.y(); ++y)
+            for (int x = 0; x < dims.x(); ++x) {
+                const double dy = (y - 12) * 0.5, dz = (z - 12) * 0.5;
+                values->setValue(x, y, z, static_cast<float>(std::max(0.0, radius - std::hypot(dy, dz))));
+            }
+    return std::make_unique<SharedImage>(std::shared_ptr<MemImage>(std::move(values)));
+}
+
+std::vector<unsigned long> leavesOf(const Graph& graph) {
+    return GraphUtils::findLeafNodes(graph);
+}
+
+void runMode(Graph& graph, GraphSmoothingAlgorithm::Mode mode, double strength, bool preserve, int times = 1) {
+    GraphSmoothingAlgorithm algorithm(graph, nullptr);
+    algorithm.mode = mode;
+    algorithm.smoothingStrength = strength;
+    algorithm.preserveTerminalEdges = preserve;
+    for (int i = 0; i < times; ++i) {
+        algorithm.compute();
+        ASSERT_EQ(algorithm.status(), Algorithm::Success);
+    }
+}
+
+} // namespace
+
+TEST(GraphSmoothing, SelectionModesAndVisibility) {
+    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
+    SharedImageSet labels, more;
+    EXPECT_TRUE(GraphSmoothingAlgorithm::createCompatible(DataList{&graph}, nullptr));
+    EXPECT_TRUE(GraphSmoothingAlgorithm::createCompatible(DataList{&labels, &graph}, nullptr));
+    EXPECT_FALSE(GraphSmoothingAlgorithm::createCompatible(DataList{&graph, &other}, nullptr));
+    EXPECT_FALSE(GraphSmoothingAlgorithm::createCompatible(DataList{&graph, &labels, &more}, nullptr));
+    EXPECT_FALSE(GraphSmoothingAlgorithm::createCompatible(DataList{&labels}, nullptr));
+
+    GraphSmoothingAlgorithm plain(graph, nullptr);
+    EXPECT_EQ(plain.mode.value(), GraphSmoothingAlgorithm::NeighborhoodWeightedAverage);
+    EXPECT_EQ(plain.mode.attribute("values"), "NeighborhoodWeightedAverage,LaplacianHeatKernel");
+    EXPECT_EQ(plain.smoothingStrength.value(), 1.0);
+    EXPECT_TRUE(plain.preserveTerminalEdges.value());
+
+    GraphSmoothingAlgorithm withLabels(graph, &labels);
+    EXPECT_EQ(withLabels.mode.value(), GraphSmoothingAlgorithm::DistanceWeightedCurveShortening);
+    EXPECT_EQ(withLabels.mode.attribute("values"),
+              "NeighborhoodWeightedAverage,LaplacianHeatKernel,DistanceWeightedCurveShortening");
+    EXPECT_EQ(withLabels.smoothingStrength.attribute("hidden"), "true");
+    withLabels.mode = GraphSmoothingAlgorithm::LaplacianHeatKernel;
+    EXPECT_EQ(withLabels.smoothingStrength.attribute("hidden"), "false");
+}
+
+TEST(GraphSmoothing, StraightEvenChainIsAFixedPointOfTheNeighbourAverage) {
+    std::vector<Eigen::Vector3d> points;
+    for (int i = 0; i < 12; ++i)
+        points.push_back(Eigen::Vector3d(1, 2, 3) + i * Eigen::Vector3d(0.3, -0.4, 1.2));
+    auto chain = Tarnwick::Test::makeChain(points);
+    GraphSmoothingAlgorithm::neighborhoodSmoothing(*chain, 1.5, false);
+    const auto after = Tarnwick::Test::positions(*chain);
+    for (std::size_t i = 1; i + 1 < points.size(); ++i)
+        EXPECT_TRUE(after[i].isApprox(points[i], 1e-12)) << i;
+
+    // A bent end moves toward the straight continuation of its neighbours; a preserved one does not.
+    points.back() += Eigen::Vector3d(2, 0, 0);
+    for (bool preserve : {true, false}) {
+        auto bent = Tarnwick::Test::makeChain(points);
+        GraphSmoothingAlgorithm::neighborhoodSmoothing(*bent, 1.5, preserve);
+        const Eigen::Vector3d end = Tarnwick::Test::positions(*bent).back();
+        if (preserve)
+            EXPECT_EQ(end, points.back());
+        else
+            EXPECT_LT(end.x(), points.back().x());
+    }
+}
+
+TEST(GraphSmoothing, NodesThatMustNotMoveStayPut) {
+    // Star: centre 1 with leaves 2, 3, 4, plus the isolated node 5. A leaf next to a branching node has
+    // no continuation and stays put even without preservation.
+    auto star = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
+    for (const Eigen::Vector3d& p : {Eigen::Vector3d(0, 0, 0), Eigen::Vector3d(1, 0.2, 0), Eigen::Vector3d(-1, 0.5, 0),
+                                     Eigen::Vector3d(0, 1, 0.3), Eigen::Vector3d(5, 5, 5)})
+        star->addNode(Graph::NodeInfo(p, {}));
+    for (unsigned long leaf : {2, 3, 4})
+        star->addEdge(1, leaf, Graph::EdgeInfo{});
+    const auto before = positionsById(*star);
+    GraphSmoothingAlgorithm::neighborhoodSmoothing(*star, 2.0, false);
+    auto after = positionsById(*star);
+    for (unsigned long id : {2, 3, 4, 5})
+        EXPECT_EQ(after[id], before.at(id)) << id;
+    EXPECT_NE(after[1], before.at(1));
+
+    GraphSmoothingAlgorithm::heatKernelSmoothing(*star, 2.0, false);
+    EXPECT_EQ(positionsById(*star)[5], before.at(5));
+}
+
+TEST(GraphSmoothing, PreservedLeavesNeverMove) {
+    for (std::uint32_t seed : {3u, 9u}) {
+        for (auto mode :
+             {GraphSmoothingAlgorithm::NeighborhoodWeightedAverage, GraphSmoothingAlgorithm::LaplacianHeatKernel}) {
+            auto graph = Tarnwick::Test::makeRandomGraph(40, 45, seed);
+            const auto before = positionsById(*graph);
+            const auto leaves = leavesOf(*graph);
+            ASSERT_FALSE(leaves.empty());
+            runMode(*graph, mode, 3.0, true, 3);
+            const auto after = positionsById(*graph);
+            for (unsigned long leaf : leaves)
+                EXPECT_EQ(after.at(leaf), before.at(leaf)) << "mode " << mode << " leaf " << leaf;
+            EXPECT_NE(after, before);
+        }
+    }
+}
+
+TEST(GraphSmoothing, HeatKernelMatchesADenseDirectSolve) {
+    for (std::uint32_t seed = 1; seed <= 6; ++seed) {
+        for (bool preserve : {true, false}) {
+            auto graph = Tarnwick::Test::makeRandomGraph(25, 40, seed);
+            const double sigma = 0.5 + seed;
+            const Eigen::MatrixX3d expected = denseHeatKernel(*graph, sigma, preserve);
+            ASSERT_TRUE(GraphSmoothingAlgorithm::heatKernelSmoothing(*graph, sigma, preserve));
+            const auto actual = Tarnwick::Test::positions(*graph);
+            for (int i = 0; i < expected.rows(); ++i)
+                EXPECT_TRUE(actual[static_cast<std::size_t>(i)].isApprox(expected.row(i).transpose(), 1e-9))
+                    << "seed " << seed << " row " << i;
+        }
+    }
+}
+
+TEST(GraphSmoothing, NoisyLinesGetStraighterAndShorter) {
+    for (auto mode :
+         {GraphSmoothingAlgorithm::NeighborhoodWeightedAverage, GraphSmoothingAlgorithm::LaplacianHeatKernel}) {
+        const auto noisy = Tarnwick::Test::makeChain(Tarnwick::Test::noisyLine(61, 1.0, 0.4, 11));
+        const double trueLength = 60.0;
+        const double deviationBefore = Tarnwick::Test::rmsDistanceFromXAxis(*noisy);
+        const double excessBefore = Tarnwick::Test::totalEdgeLength(*noisy) - trueLength;
+
+        double previousDeviation = deviationBefore;
+        for (double strength : {0.7, 1.5, 3.0}) {
+            auto graph = noisy->clone();
+            runMode(*graph, mode, strength, true, mode == GraphSmoothingAlgorithm::LaplacianHeatKernel ? 1 : 5);
+            const double deviation = Tarnwick::Test::rmsDistanceFromXAxis(*graph);
+            const double excess = Tarnwick::Test::totalEdgeLength(*graph) - trueLength;
+            EXPECT_LT(deviation, previousDeviation) << "mode " << mode << " strength " << strength;
+            EXPECT_LT(excess, excessBefore);
+            EXPECT_GT(excess, -1e-9) << "a chain between fixed ends cannot get shorter than the straight line";
+            previousDeviation = deviation;
+        }
+        EXPECT_LT(previousDeviation, 0.6 * deviationBefore);
+    }
+}
+
+TEST(GraphSmoothing, FailuresAreReportedAndLeaveTheGraphUnchanged) {
+    LogCapture log;
+    auto graph = Tarnwick::Test::makeChain({{0, 0, 0}, {1, NAN, 0}, {2, 0, 0}, {3, 1, 0}});
+    const auto before = Tarnwick::Test::positions(*graph);
+    GraphSmoothingAlgorithm heat(*graph, nullptr);
+    heat.mode = GraphSmoothingAlgorithm::LaplacianHeatKernel;
+    heat.compute();
+    EXPECT_EQ(heat.status(), Algorithm::Error);
+    EXPECT_EQ(log.records().at(0).category, "GraphSmoothingAlgorithm.compute");
+    const auto after = Tarnwick::Test::positions(*graph);
+    for (std::size_t i = 0; i < before.size(); ++i)
+        EXPECT_TRUE(after[i] == before[i] || (i == 1 && std::isnan(after[i].y())));
+    EXPECT_EQ(after[2], before[2]);
+
+    log.clear();
+    auto chain = Tarnwick::Test::makeChain({{0, 0, 0}, {1, 0, 0}});
+    GraphSmoothingAlgorithm curve(*chain, nullptr);
+    curve.mode = GraphSmoothingAlgorithm::DistanceWeightedCurveShortening;
+    curve.compute();
+    EXPECT_EQ(curve.status(), Algorithm::InvalidInput);
+    EXPECT_TRUE(log.contains("DistanceWeightedCurveShortening requires a label image", Log::Error));
+
+    log.clear();
+    GraphSmoothingAlgorithm nanStrength(*chain, nullptr);
+    nanStrength.smoothingStrength = NAN;
+    nanStrength.compute();
+    EXPECT_EQ(nanStrength.status(), Algorithm::InvalidInput);
+    EXPECT_EQ(log.errors().size(), 1u);
+}
+
+TEST(CurveShortening, PullsANoisyCentrelineOntoTheTubeAxis) {
+    const auto distance = tubeDistance(4.0);
+    for (bool preserve : {true, false}) {
+        auto points = Tarnwick::Test::noisyLine(41, 0.5, 1.2, 4); // x from 0 to 20, ends on the axis
+        for (auto& p : points)
+            p.x() -= 10.0;
+        points.front().y() = 0.8; // an end off the axis
+        auto graph = Tarnwick::Test::makeChain(points);
+        const double before = Tarnwick::Test::rmsDistanceFromXAxis(*graph);
+        ASSERT_TRUE(DistanceWeightedCurveShortening::evolve(*graph, *distance, preserve));
+        const auto after = Tarnwick::Test::positions(*graph);
+        double innerDeviation = 0.0;
+        for (std::size_t i = 1; i + 1 < after.size(); ++i)
+            innerDeviation = std::max(innerDeviation, after[i].tail<2>().norm());
+        EXPECT_LT(innerDeviation, 0.25 * before) << "preserve " << preserve;
+        if (preserve)
+            EXPECT_EQ(after.front(), points.front());
+        else
+            EXPECT_LT(after.front().tail<2>().norm(), 0.5 * points.front().tail<2>().norm());
+        EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*graph));
+    }
+}
+
+TEST(CurveShortening, RejectsANonFloatDistanceImage) {
+    LogCapture log;
+    auto graph = Tarnwick::Test::makeChain({{0, 0, 0}, {1, 0, 0}, {2, 1, 0}});
+    const auto before = Tarnwick::Test::positions(*graph);
+    SharedImage bytes(std::shared_ptr<MemImage>(TypedImage<unsigned char>::zeros({4, 4, 4})));
+    EXPECT_FALSE(DistanceWeightedCurveShortening::evolve(*graph, bytes, true));
+    EXPECT_EQ(Tarnwick::Test::positions(*graph), before);
+    EXPECT_EQ(log.errors().size(), 1u);
+}
+
+TEST(BogackiShampine, StepHasFifthOrderAndItsEstimateFourth) {
+    // y' = y^2, y(0) = 0.5 has the solution 1 / (2 - t).
+    const BogackiShampineIntegrator::Derivative square = [](double, const Eigen::MatrixX3d& x, Eigen::MatrixX3d& dxdt) {
+        dxdt = x.cwiseProduct(x);
+    };
+    const Eigen::MatrixX3d start = Eigen::MatrixX3d::Constant(2, 3, 0.5);
+    const Eigen::MatrixX3d slope = Eigen::MatrixX3d::Constant(2, 3, 0.25);
+    const auto step = [&](double h) { return BogackiShampineIntegrator::bs5Step(square, 0.0, start, slope, h); };
+    const auto big = step(0.2), small = step(0.1);
+    const double errorBig = std::abs(big.x(0, 0) - 1.0 / 1.8);
+    const double errorSmall = std::abs(small.x(0, 0) - 1.0 / 1.9);
+    // Halving h divides the local error of a fifth-order step by at least 2^6 and the embedded fourth-order
+    // estimate by at least 2^5 (asymptotically; 0.5 of slack for the higher-order terms).
+    EXPECT_GT(std::log2(errorBig / errorSmall), 5.5);
+    EXPECT_GT(std::log2(big.error / small.error), 4.5);
+    EXPECT_GT(small.error, errorSmall) << "the estimate bounds the fifth-order error";
+    EXPECT_NEAR(small.dxdt(1, 2), small.x(1, 2) * small.x(1, 2), 1e-15)
+        << "the last stage is the derivative at the new point";
+}
+
+TEST(BogackiShampine, AdaptiveIntegrationEndsExactlyAtTheEndTime) {
+    const BogackiShampineIntegrator::Derivative rotation = [](double, const Eigen::MatrixX3d& x,
+                                                              Eigen::MatrixX3d& dxdt) {
+        dxdt.col(0) = -x.col(1);
+        dxdt.col(1) = x.col(0);
+        dxdt.col(2).setZero();
+    };
+    Eigen::MatrixX3d x(1, 3);
+    x << 1.0, 0.0, 2.0;
+    BogackiShampineIntegrator::Settings tight;
+    tight.tolerance = 1e-8;
+    const auto outcome = BogackiShampineIntegrator::integrate(rotation, 0.0, 10.0, x, tight);
+    EXPECT_TRUE(outcome.reachedEnd);
+    EXPECT_EQ(outcome.time, 10.0);
+    EXPECT_NEAR(x(0, 0), std::cos(10.0), 1e-6);
+    EXPECT_NEAR(x(0, 1), std::sin(10.0), 1e-6);
+    EXPECT_EQ(x(0, 2), 2.0);
+
+    Eigen::MatrixX3d limited(1, 3);
+    limited << 1.0, 0.0, 0.0;
+    BogackiShampineIntegrator::Settings few;
+    few.maxSteps = 3;
+    const auto stopped = BogackiShampineIntegrator::integrate(rotation, 0.0, 10.0, limited, few);
+    EXPECT_FALSE(stopped.reachedEnd);
+    EXPECT_LT(stopped.time, 10.0);
+    EXPECT_NEAR(limited(0, 0), std::cos(stopped.time), 1e-6);
+
+    const BogackiShampineIntegrator::Derivative broken = [](double, const Eigen::MatrixX3d& x, Eigen::MatrixX3d& dxdt) {
+        dxdt.setConstant(x.rows(), 3, NAN);
+    };
+    Eigen::MatrixX3d y = Eigen::MatrixX3d::Zero(1, 3);
+    EXPECT_FALSE(BogackiShampineIntegrator::integrate(broken, 0.0, 1.0, y).reachedEnd);
+    EXPECT_EQ(y, Eigen::MatrixX3d::Zero(1, 3));
+}
+
+TEST(GraphSmoothing, CurveShorteningInsideALabelImage) {
+    SharedImageSet labels(Tarnwick::Test::tubeMask<unsigned char>(1, Eigen::Matrix4d::Identity()));
+    auto points = Tarnwick::Test::noisyLine(21, 0.2, 0.35, 8);
+    for (auto& p : points)
+        p.x() -= 2.0; // x from -2 to 2 mm, inside the 1 mm tube around the x axis
+    auto graph = Tarnwick::Test::makeChain(points);
+    const double before = Tarnwick::Test::rmsDistanceFromXAxis(*graph);
+
+    Algorithm* created = nullptr;
+    ASSERT_TRUE(GraphSmoothingAlgorithm::createCompatible(DataList{graph.get(), &labels}, &created));
+    std::unique_ptr<Algorithm> algorithm(created);
+    algorithm->compute();
+    ASSERT_EQ(algorithm->status(), Algorithm::Success);
+    EXPECT_LT(Tarnwick::Test::rmsDistanceFromXAxis(*graph), 0.5 * before);
+    const auto after = Tarnwick::Test::positions(*graph);
+    EXPECT_EQ(after.front(), points.front());
+    EXPECT_EQ(after.back(), points.back());
+
+    LogCapture log;
+    SharedImageSet empty(Tarnwick::Test::tubeMask<unsigned char>(0, Eigen::Matrix4d::Identity()));
+    GraphSmoothingAlgorithm noForeground(*graph, &empty);
+    noForeground.compute();
+    EXPECT_EQ(noForeground.status(), Algorithm::Error);
+    EXPECT_TRUE(log.contains("Could not resample label image", Log::Error));
+    EXPECT_EQ(Tarnwick::Test::positions(*graph), after);
+}
