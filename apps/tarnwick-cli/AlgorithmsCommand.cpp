@@ -93,10 +93,6 @@ CLI::App* AlgorithmsCommand::declare(CLI::App& app) {
 
 int AlgorithmsCommand::run(CommandContext&) {
     const auto algorithms = FactoryRegistry::get().algorithms();
-    if (algorithms.empty()) {
-        fmt::print("No algorithms available: no loaded plug-in provides any.\n");
-        return 0;
-    }
     if (!m_verbose) {
         std::vector<Row> rows{{"identifier", "menu name"}};
         for (const auto& info : algorithms)

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 using Tarnwick::Test::CliResult;
 using Tarnwick::Test::runCli;
 
@@ -110,17 +112,34 @@ TEST(CliBasics, WithoutPluginsSaysSo) {
     EXPECT_EQ(plugins.exitCode, 0);
     EXPECT_EQ(plugins.out, "Plug-in folders searched:\n  " + empty.path().string() +
                                "\nLoaded plug-ins: none\nRefused plug-ins: none\n");
-    const CliResult algorithms = runCli({"--no-default-plugins", "algorithms", "--verbose"});
+    const CliResult algorithms = runCli({"--no-default-plugins", "algorithms"});
     EXPECT_EQ(algorithms.exitCode, 0);
-    EXPECT_EQ(algorithms.out, "No algorithms available: no loaded plug-in provides any.\n");
+    EXPECT_TRUE(contains(algorithms.out, "identifier"));
+    EXPECT_FALSE(contains(algorithms.out, "Test;Greeting"));
 }
 
 TEST(CliBasics, AlgorithmsListsIdentifiersAndMenuNames) {
     const CliResult result = runWithTestPlugins({"--log-level", "4", "algorithms"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "identifier  menu name\n"
-                          "Greeting    Test;Greeting\n"
-                          "Greeting    Test;Greeting\n");
+    // One line per algorithm: the identifier, blanks, the menu name (the host's own algorithms too).
+    std::istringstream lines(result.out);
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_EQ(line.rfind("identifier", 0), 0u) << line;
+    const std::size_t menuColumn = line.find("menu name");
+    ASSERT_NE(menuColumn, std::string::npos);
+    int greetings = 0;
+    while (std::getline(lines, line)) {
+        ASSERT_GT(line.size(), menuColumn) << line;
+        const std::string id = line.substr(0, line.find(' '));
+        const std::string menuName = line.substr(menuColumn);
+        EXPECT_EQ(line.substr(id.size(), menuColumn - id.size()), std::string(menuColumn - id.size(), ' ')) << line;
+        if (id == "Greeting") {
+            EXPECT_EQ(menuName, "Test;Greeting");
+            ++greetings;
+        }
+    }
+    EXPECT_EQ(greetings, 2); // one per loaded test plug-in
 }
 
 TEST(CliBasics, VerboseAlgorithmsShowsParameters) {
@@ -131,6 +150,7 @@ TEST(CliBasics, VerboseAlgorithmsShowsParameters) {
         "  greeting   string  hello    Greeting\n"
         "  repeat     int     1        Repeat    min=1 tooltip=\"How many greetings to make.\"\n"
         "  volume     enum    Quiet    Volume    values=\"Quiet,Loud\"\n";
-    EXPECT_EQ(result.out, "Greeting  (Test;Greeting; factory 'Test.Accepted')\n" + parameters + "\n" +
-                              "Greeting  (Test;Greeting; factory 'Test.Dependent')\n" + parameters);
+    const std::string both = "Greeting  (Test;Greeting; factory 'Test.Accepted')\n" + parameters + "\n" +
+                             "Greeting  (Test;Greeting; factory 'Test.Dependent')\n" + parameters;
+    EXPECT_TRUE(contains(result.out, both)) << result.out;
 }
