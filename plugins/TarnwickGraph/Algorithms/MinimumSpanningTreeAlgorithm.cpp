@@ -6,6 +6,7 @@
 #include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
 #include <TarnwickGraph/Graph/Graph.h>
 #include <TarnwickGraph/Graph/GraphMatrixUtils.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
@@ -163,16 +164,24 @@ void MinimumSpanningTreeAlgorithm::compute() {
 }
 
 bool MinimumSpanningTreeAlgorithm::ensureDiameters() {
-    const std::optional<int> idx = m_result->getEdgeFeatureIdx("diameter");
-    bool usable = false;
-    if (idx) {
+    const auto usable = [&]() {
+        const std::optional<int> idx = m_result->getEdgeFeatureIdx("diameter");
+        if (!idx)
+            return false;
         double sumOfSquares = 0.0;
         m_result->forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long, unsigned long) {
             sumOfSquares += column(edge, *idx) * column(edge, *idx);
         });
-        usable = sumOfSquares != 0.0;
-    }
-    return usable;
+        return sumOfSquares != 0.0;
+    };
+    if (usable())
+        return true;
+    const SharedImage* labels = m_labelMap ? m_labelMap->get(-1) : nullptr;
+    if (!labels)
+        return false;
+    TW_LOG_INFO("Measuring diameters in the label map.");
+    ComputeCommonGraphFeaturesAlgorithm::computeDiameters(*m_result, *labels, true, 0.5);
+    return usable();
 }
 
 bool MinimumSpanningTreeAlgorithm::buildMstSortKey(int keyIdx) {

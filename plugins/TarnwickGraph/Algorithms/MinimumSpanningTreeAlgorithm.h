@@ -29,8 +29,9 @@ class SharedImageSet;
 /// - UserDefined: the edge feature `edgeFeatureName`; with `pruneBySegment` summed over each segment.
 /// A segment is a maximal chain of edges whose inner nodes have two neighbours (GraphUtils).
 ///
-/// With a label map and a mode that needs diameters, missing or all-zero diameters are measured first:
-/// twice the inside distance to the mask boundary at each edge midpoint.
+/// With a label map and a mode that needs diameters, missing or all-zero diameters are measured in it
+/// first (ComputeCommonGraphFeaturesAlgorithm::computeDiameters, zero edges filled from their
+/// neighbours); the input graph still stays unchanged.
 ///
 /// `edgeFeatureName` is hidden in the modes that do not read it (Diameter, WeightedDiameterEdgeLength).
 class MinimumSpanningTreeAlgorithm : public Algorithm {

@@ -2,6 +2,7 @@
 
 #include "../GraphInvariants.h"
 #include "../SyntheticGraphs.h"
+#include "../TubeMask.h"
 #include "support/LogCapture.h"
 
 #include <TarnwickGraph/Graph/GraphUtils.h>
@@ -305,4 +306,24 @@ TEST(MinimumSpanningTree, UnionFindHalvesPathsAndUnitesByRank) {
     EXPECT_DOUBLE_EQ(forest.tree[0].key, 1.0);
     EXPECT_DOUBLE_EQ(forest.tree[1].key, 2.0);
     ASSERT_EQ(forest.rejected.size(), 2u); // the self loop and the heaviest edge
+}
+
+TEST(MinimumSpanningTree, DiametersComeFromTheLabelMapWhenMissing) {
+    // A triangle inside the 1 mm tube around the x axis, without diameters.
+    auto graph = Tarnwick::Test::makeChain({{-1.5, 0, 0}, {0, 0.2, 0}, {1.5, 0, 0}});
+    graph->addEdge(1, 3, Graph::EdgeInfo{});
+    SharedImageSet labels(Tarnwick::Test::tubeMask<unsigned char>(1, Eigen::Matrix4d::Identity()));
+    MinimumSpanningTreeAlgorithm algorithm(*graph, &labels);
+    algorithm.weightMode = MinimumSpanningTreeAlgorithm::Diameter;
+    algorithm.compute();
+    ASSERT_EQ(algorithm.status(), Algorithm::Success);
+    const auto tree = algorithm.takeOutput().extractFirst<Graph>();
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(tree->numEdges(), 2u);
+    tree->forEachEdge([](const Graph::EdgeInfo& edge, unsigned long, unsigned long) {
+        EXPECT_GT(edge.features[0], 0.5) << "measured in a tube of diameter 2";
+    });
+    graph->forEachEdge([](const Graph::EdgeInfo& edge, unsigned long, unsigned long) {
+        EXPECT_EQ(edge.features[0], 0.0) << "the input keeps its features";
+    });
 }
