@@ -1,10 +1,13 @@
 #include "CommandContext.h"
 
+#include <TarnwickLib/ImageAlgorithms/HostAlgorithmFactory.h>
+
 #include <filesystem>
 
 namespace Tarnwick::Cli {
 
 CommandContext::CommandContext(const std::vector<std::string>& pluginFolders, bool useDefaultFolder) {
+    registerHostAlgorithms();
     const std::string defaultFolder = PluginManager::defaultPluginFolder();
     std::error_code error;
     if (useDefaultFolder && std::filesystem::is_directory(defaultFolder, error))
