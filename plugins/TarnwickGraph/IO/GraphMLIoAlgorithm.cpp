@@ -67,8 +67,7 @@ bool GraphMLIoAlgorithm::saveToGraphML(const Graph& graph, const std::string& pa
     if (progress)
         progress->start("Writing GraphML");
     try {
-        file.stream() << GraphMLWriter::write(graph, p_exportFeatures);
-        if (!file.stream())
+        if (!GraphMLWriter::write(graph, p_exportFeatures, file.stream()))
             error = "the file could not be written";
         else if (!file.commit(error) && error.empty())
             error = "the file could not be replaced";

@@ -2,114 +2,154 @@
 
 #include <TarnwickGraph/Graph/Graph.h>
 
-#include <boost/property_tree/ptree.hpp>
-#include <boost/property_tree/xml_parser.hpp>
-
 #include <fmt/format.h>
 
-#include <regex>
-#include <sstream>
-#include <utility>
+#include <ostream>
+#include <string>
+#include <string_view>
 
 namespace Tarnwick {
 
 namespace {
 
-namespace pt = boost::property_tree;
+/// Appends the document to a buffer that goes to the stream in large blocks.
+class DocumentWriter {
+public:
+    explicit DocumentWriter(std::ostream& out) : m_out(out) { m_buffer.reserve(blockSize + 4096); }
 
-const char* const graphmlNamespace = "http://graphml.graphdrawing.org/xmlns";
-
-pt::ptree& addElement(pt::ptree& parent, const char* name) {
-    return parent.push_back({name, pt::ptree()})->second;
-}
-
-/// Adds the XML attributes `(name, value)...` to `element`.
-template <typename... Values>
-void setAttributes(pt::ptree& element, std::pair<const char*, Values>... attributes) {
-    pt::ptree& xmlAttributes = addElement(element, "<xmlattr>");
-    (xmlAttributes.push_back({attributes.first, pt::ptree(std::string(attributes.second))}), ...);
-}
-
-void addData(pt::ptree& element, const std::string& key, double value) {
-    pt::ptree& data = addElement(element, "data");
-    setAttributes(data, std::pair{"key", key});
-    data.data() = fmt::format("{}", value);
-}
-
-/// A key written with an empty "attr" attribute, because a property-tree path cannot name an attribute
-/// with a dot in it; rewriteKeys() turns it into attr.name and attr.type.
-void addKey(pt::ptree& graphml, const std::string& id, const char* owner) {
-    setAttributes(addElement(graphml, "key"), std::pair{"id", id}, std::pair{"for", owner}, std::pair{"attr", ""});
-}
-
-void addFeatureData(pt::ptree& element, const std::vector<Graph::FeatureDescriptor>& descriptors,
-                    const std::vector<double>& values) {
-    for (std::size_t i = 0; i < descriptors.size(); ++i)
-        addData(element, descriptors[i].name, values[i]);
-}
-
-std::string nodeName(unsigned long id) {
-    return fmt::format("n{}", id);
-}
-
-pt::ptree buildTree(const Graph& graph, bool exportFeatures) {
-    const bool threeDimensional = graph.dimension() == Graph::Dim3D;
-    pt::ptree root;
-    pt::ptree& graphml = addElement(root, "graphml");
-    setAttributes(graphml, std::pair{"xmlns", graphmlNamespace});
-    addKey(graphml, "x", "node");
-    addKey(graphml, "y", "node");
-    if (threeDimensional)
-        addKey(graphml, "z", "node");
-    if (exportFeatures) {
-        for (const auto& descriptor : graph.nodeFeatureDescriptors())
-            addKey(graphml, descriptor.name, "node");
-        for (const auto& descriptor : graph.edgeFeatureDescriptors())
-            addKey(graphml, descriptor.name, "edge");
+    void text(std::string_view text) {
+        m_buffer.append(text);
+        if (m_buffer.size() >= blockSize)
+            flush();
+    }
+    /// Text with the XML writer's escaping: the five special characters become entities, and a
+    /// text of blanks only starts with "&#32;" so that it survives reading.
+    void escaped(std::string_view value) {
+        if (!value.empty() && value.find_first_not_of(' ') == std::string_view::npos) {
+            text("&#32;");
+            text(value.substr(1));
+            return;
+        }
+        for (char c : value) {
+            switch (c) {
+            case '<':
+                text("&lt;");
+                break;
+            case '>':
+                text("&gt;");
+                break;
+            case '&':
+                text("&amp;");
+                break;
+            case '"':
+                text("&quot;");
+                break;
+            case '\'':
+                text("&apos;");
+                break;
+            default:
+                m_buffer.push_back(c);
+            }
+        }
+    }
+    void number(double value) { fmt::format_to(std::back_inserter(m_buffer), "{}", value); }
+    void id(unsigned long nodeId) { fmt::format_to(std::back_inserter(m_buffer), "n{}", nodeId); }
+    bool flush() {
+        m_out.write(m_buffer.data(), static_cast<std::streamsize>(m_buffer.size()));
+        m_buffer.clear();
+        return bool(m_out);
     }
 
-    pt::ptree& graphElement = addElement(graphml, "graph");
-    setAttributes(graphElement, std::pair{"id", "G"},
-                  std::pair{"edgedefault", graph.type() == Graph::Directed ? "directed" : "undirected"});
-    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo& info) {
-        pt::ptree& node = addElement(graphElement, "node");
-        setAttributes(node, std::pair{"id", nodeName(id)});
-        addData(node, "x", info.position.x());
-        addData(node, "y", info.position.y());
-        if (threeDimensional)
-            addData(node, "z", info.position.z());
-        if (exportFeatures)
-            addFeatureData(node, graph.nodeFeatureDescriptors(), info.features);
-    });
-    graph.forEachEdge([&](const Graph::EdgeInfo& info, unsigned long from, unsigned long to) {
-        pt::ptree& edge = addElement(graphElement, "edge");
-        setAttributes(edge, std::pair{"source", nodeName(from)}, std::pair{"target", nodeName(to)});
-        if (exportFeatures)
-            addFeatureData(edge, graph.edgeFeatureDescriptors(), info.features);
-    });
-    return root;
+private:
+    static constexpr std::size_t blockSize = 1 << 20;
+    std::ostream& m_out;
+    std::string m_buffer;
+};
+
+void writeKey(DocumentWriter& writer, const std::string& id, const char* owner) {
+    writer.text("    <key id=\"");
+    writer.escaped(id);
+    writer.text("\" for=\"");
+    writer.text(owner);
+    // The rewrite of the placeholder only matches a non-empty id.
+    if (id.empty()) {
+        writer.text("\" attr=\"\"/>\n");
+        return;
+    }
+    writer.text("\" attr.name=\"");
+    writer.escaped(id);
+    writer.text("\" attr.type=\"double\"/>\n");
 }
 
-/// Replaces the placeholder attribute of every key by attr.name (equal to the id) and attr.type.
-/// Keys precede the graph element and the writer escapes '<' in all text, so only the text before
-/// "<graph " can hold a key: rewriting that part gives the same document as rewriting all of it, at
-/// a fraction of the cost for large graphs.
-void rewriteKeys(std::string& document) {
-    static const std::regex keyPattern(R"re(<key id="([^"]+)" for="([^"]+)" attr=""\s*/?>)re");
-    const std::size_t headerEnd = std::min(document.find("<graph "), document.size());
-    const std::string header = std::regex_replace(document.substr(0, headerEnd), keyPattern,
-                                                  R"re(<key id="$1" for="$2" attr.name="$1" attr.type="double"/>)re");
-    document.replace(0, headerEnd, header);
+void writeData(DocumentWriter& writer, std::string_view key, double value) {
+    writer.text("            <data key=\"");
+    writer.escaped(key);
+    writer.text("\">");
+    writer.number(value);
+    writer.text("</data>\n");
+}
+
+void writeFeatures(DocumentWriter& writer, const std::vector<Graph::FeatureDescriptor>& descriptors,
+                   const std::vector<double>& values) {
+    for (std::size_t i = 0; i < descriptors.size(); ++i)
+        writeData(writer, descriptors[i].name, values[i]);
 }
 
 } // namespace
 
-std::string GraphMLWriter::write(const Graph& graph, bool exportFeatures) {
-    std::ostringstream out;
-    pt::write_xml(out, buildTree(graph, exportFeatures), pt::xml_writer_make_settings<std::string>(' ', 4, "utf-8"));
-    std::string document = out.str();
-    rewriteKeys(document);
-    return document;
+bool GraphMLWriter::write(const Graph& graph, bool exportFeatures, std::ostream& out) {
+    const bool threeDimensional = graph.dimension() == Graph::Dim3D;
+    const bool nodeFeatures = exportFeatures && !graph.nodeFeatureDescriptors().empty();
+    const bool edgeFeatures = exportFeatures && !graph.edgeFeatureDescriptors().empty();
+    DocumentWriter writer(out);
+    writer.text("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                "<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\">\n");
+    writeKey(writer, "x", "node");
+    writeKey(writer, "y", "node");
+    if (threeDimensional)
+        writeKey(writer, "z", "node");
+    if (exportFeatures) {
+        for (const auto& descriptor : graph.nodeFeatureDescriptors())
+            writeKey(writer, descriptor.name, "node");
+        for (const auto& descriptor : graph.edgeFeatureDescriptors())
+            writeKey(writer, descriptor.name, "edge");
+    }
+
+    writer.text("    <graph id=\"G\" edgedefault=\"");
+    writer.text(graph.type() == Graph::Directed ? "directed" : "undirected");
+    // An element with attributes only is closed in its start tag.
+    if (graph.numNodes() == 0) {
+        writer.text("\"/>\n</graphml>\n");
+        return writer.flush();
+    }
+    writer.text("\">\n");
+    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo& node) {
+        writer.text("        <node id=\"");
+        writer.id(id);
+        writer.text("\">\n");
+        writeData(writer, "x", node.position.x());
+        writeData(writer, "y", node.position.y());
+        if (threeDimensional)
+            writeData(writer, "z", node.position.z());
+        if (nodeFeatures)
+            writeFeatures(writer, graph.nodeFeatureDescriptors(), node.features);
+        writer.text("        </node>\n");
+    });
+    graph.forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long from, unsigned long to) {
+        writer.text("        <edge source=\"");
+        writer.id(from);
+        writer.text("\" target=\"");
+        writer.id(to);
+        if (!edgeFeatures) {
+            writer.text("\"/>\n");
+            return;
+        }
+        writer.text("\">\n");
+        writeFeatures(writer, graph.edgeFeatureDescriptors(), edge.features);
+        writer.text("        </edge>\n");
+    });
+    writer.text("    </graph>\n</graphml>\n");
+    return writer.flush();
 }
 
 } // namespace Tarnwick

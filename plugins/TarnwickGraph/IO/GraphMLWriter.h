@@ -1,14 +1,15 @@
 #pragma once
 
 #include <iosfwd>
-#include <string>
 
 namespace Tarnwick {
 
 class Graph;
 
-/// Writes a Graph as GraphML through a Boost property tree and its XML writer (4-blank indentation,
-/// encoding "utf-8").
+/// Writes a Graph as GraphML, streaming the text directly. The document is byte for byte the one the
+/// Boost property-tree XML writer produces (4-blank indentation, encoding "utf-8", its escaping of
+/// `< > & " '` and of all-blank texts) for the tree of the layout below, after the rewrite that turns
+/// every key's placeholder attribute into attr.name and attr.type.
 ///
 /// Layout: root `graphml` with the GraphML namespace; `key` elements for "x", "y" (and "z" for a 3-D
 /// graph) on nodes, then, with `exportFeatures`, one key per node feature and one per edge feature,
@@ -17,10 +18,12 @@ class Graph;
 /// `edge` per edge (source and target "n<id>", data features). Without `exportFeatures` the feature
 /// keys and the feature data are both left out. Numbers are written in the shortest text that reads
 /// back to the same double ("nan", "inf" and "-inf" for non-finite values).
+///
+/// Cost: one pass over nodes and edges; memory is a 1 MiB buffer besides the graph.
 class GraphMLWriter {
 public:
-    /// The document as text.
-    static std::string write(const Graph& graph, bool exportFeatures);
+    /// Writes the document to `out`; false when the stream failed.
+    static bool write(const Graph& graph, bool exportFeatures, std::ostream& out);
 };
 
 } // namespace Tarnwick

@@ -10,6 +10,7 @@
 #include <istream>
 #include <limits>
 #include <optional>
+#include <stdexcept>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -273,11 +274,12 @@ bool readEdges(Graph& graph, RecordReader& reader) {
         if (!reader.value(from) || !reader.value(to) || !reader.doubles(edge.features, featureCount) ||
             !reader.attributes(edge.attributes, malformed))
             return fail(malformed ? "Failed to deserialize edge attributes" : invalid);
-        if (!graph.hasNode(from) || !graph.hasNode(to)) {
+        try {
+            graph.addEdge(from, to, std::move(edge)); // throws std::out_of_range for an unknown node
+        } catch (const std::out_of_range&) {
             TW_LOG_ERROR("Edge refers to a node that is not in the record: {} -> {}", from, to);
             return false;
         }
-        graph.addEdge(from, to, std::move(edge));
     }
     return true;
 }

@@ -8,7 +8,6 @@
 #include "support/TempDir.h"
 
 #include <TarnwickGraph/IO/GraphMLReader.h>
-#include <TarnwickGraph/IO/GraphMLWriter.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -25,6 +24,7 @@ namespace {
 
 using Test::graphIsConsistent;
 using Test::makeRichGraph;
+using Test::toGraphML;
 using Json = nlohmann::json;
 
 const std::string script = std::string(TARNWICK_SOURCE_DIR) + "/tests/TarnwickGraph/IO/graphml_interop.py";
@@ -59,7 +59,7 @@ protected:
         std::string paths;
         for (std::size_t i = 0; i < graphs.size(); ++i) {
             const std::string path = m_dir.file("ours" + std::to_string(i) + ".graphml");
-            std::ofstream(path) << GraphMLWriter::write(*graphs[i], true);
+            std::ofstream(path) << toGraphML(*graphs[i], true);
             paths += " '" + path + "'";
         }
         const auto [status, output] = runScript("read " + library + paths);

@@ -2,11 +2,13 @@
 
 #include <TarnwickCore/Properties.h>
 #include <TarnwickGraph/Graph/Graph.h>
+#include <TarnwickGraph/IO/GraphMLWriter.h>
 
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -43,6 +45,13 @@ inline std::unique_ptr<Graph> makeRichGraph(Graph::Type type, Graph::Dimension d
     toWorld.block<3, 1>(0, 3) << 10.5, -20.25, 3.0;
     graph->setMatrixToWorld(toWorld);
     return graph;
+}
+
+/// The GraphML text GraphMLWriter writes for `graph`.
+inline std::string toGraphML(const Graph& graph, bool exportFeatures) {
+    std::ostringstream out;
+    GraphMLWriter::write(graph, exportFeatures, out);
+    return out.str();
 }
 
 /// Builds expected binary records field by field, in native byte order.
