@@ -8,7 +8,6 @@
 #include "RunCommand.h"
 
 #include <TarnwickCore/Log.h>
-#include <TarnwickLib/ImageAlgorithms/HostAlgorithmFactory.h>
 #include <TarnwickLib/Plugin/HostVersion.h>
 
 #include <CLI/CLI.hpp>
@@ -55,7 +54,6 @@ int main(int argc, char** argv) {
     }
     Log::setGlobalLevel(logLevel);
 
-    registerHostAlgorithms();
     Cli::CommandContext context(pluginFolders, !noDefaultPlugins);
     for (std::size_t i = 0; i < commands.size(); ++i)
         if (subcommands[i]->parsed())
