@@ -19,7 +19,7 @@ bool distanceTransform(const std::uint8_t* mask, const Eigen::Vector3i& dims, co
         return false;
     SquaredDistanceOptions transform;
     transform.spacing = options.useSpacing ? spacing : Eigen::Vector3d::Ones();
-    transform.output = DistanceOutput::Root;
+    transform.root = true;
     // Inside distances are distances to the background: the background voxels are the sources.
     squaredDistances(mask, !options.insideDistance, dims, transform, distances);
     if (!options.signedDistance)

@@ -1,10 +1,12 @@
 // Ball morphology through the distance transform: dilation by radius r marks every voxel whose squared
 // distance to the foreground is at most r^2; erosion keeps the voxels whose squared distance to the
-// background (the outside included) exceeds r^2. The distance transform stops caring about distances
-// beyond r^2, which keeps byte values exact up to r = 15 and lets it skip lines far from any source.
+// background (the outside included) exceeds r^2. Radii up to 15 use the capped byte transform in place,
+// whose cost grows with r but stays a few vector operations per voxel and pass; larger radii use the
+// full transform on a float working volume, whose cost does not depend on r.
 
 #include <TarnwickLib/ImageOps/Morphology.h>
 
+#include <TarnwickLib/ImageOps/CappedDistance.h>
 #include <TarnwickLib/ImageOps/HugePageAllocator.h>
 #include <TarnwickLib/ImageOps/Parallel.h>
 #include <TarnwickLib/ImageOps/SquaredDistance.h>
@@ -18,27 +20,25 @@
 namespace Tarnwick::ImageOps {
 namespace {
 
-// Largest squared radius the byte distances can hold (255 means "farther").
-constexpr double kByteCap = 254.0;
+constexpr int kLargestByteRadius = 15;
 
 // One dilation or erosion of `source` into `target` (which may be `source`).
-void applyBall(const std::uint8_t* source, std::uint8_t* target, const Eigen::Vector3i& dims, bool dilate, int size) {
-    SquaredDistanceOptions options;
-    options.cap = static_cast<double>(size) * size;
-    options.outsideIsSource = !dilate;
-    options.output = dilate ? DistanceOutput::WithinCap : DistanceOutput::BeyondCap;
-    // Dilation measures distances to the foreground, erosion to the background.
-    const bool sourcesAreForeground = dilate;
-    if (options.cap <= kByteCap) {
-        squaredDistances(source, sourcesAreForeground, dims, options, target);
+void applyBall(const std::uint8_t* source, std::uint8_t* target, const Eigen::Vector3i& dims, bool dilate, int radius) {
+    // Dilation measures distances to the foreground, erosion to the background and the outside.
+    if (radius <= kLargestByteRadius) {
+        cappedSquaredDistances(source, dilate, dims, radius, !dilate,
+                               dilate ? CappedOutput::WithinRadius : CappedOutput::BeyondRadius, target);
         return;
     }
-    ScratchVector<float> inside(voxelCount(dims));
-    squaredDistances(source, sourcesAreForeground, dims, options, inside.data());
-    const std::int64_t count = static_cast<std::int64_t>(inside.size());
-#pragma omp parallel for schedule(static) if (worthParallel(inside.size()))
+    ScratchVector<float> squared(voxelCount(dims));
+    SquaredDistanceOptions options;
+    options.outsideIsSource = !dilate;
+    squaredDistances(source, dilate, dims, options, squared.data());
+    const float cap = static_cast<float>(radius) * static_cast<float>(radius);
+    const std::int64_t count = static_cast<std::int64_t>(squared.size());
+#pragma omp parallel for schedule(static) if (worthParallel(squared.size()))
     for (std::int64_t i = 0; i < count; ++i)
-        target[i] = inside[static_cast<std::size_t>(i)] != 0.0f;
+        target[i] = (squared[static_cast<std::size_t>(i)] <= cap) == dilate;
 }
 
 } // namespace

@@ -28,10 +28,10 @@ struct MorphologyOptions {
 ///   so closing can remove foreground within `size` of the border; pad the volume to avoid that).
 ///
 /// `mask` and `result` hold dims.prod() voxels, x fastest, non-zero meaning foreground; `result` receives
-/// 0/1 and may be `mask` itself. Each elementary operation is one exact distance transform with the
-/// squared radius as a cap, so the cost is O(voxels) whatever the radius (in place for radii up to 15,
-/// with a float working volume beyond). Invalid input (null buffer, a dimension < 1, too many voxels, a
-/// negative size) logs an error and returns false.
+/// 0/1 and may be `mask` itself. Each elementary operation is one exact distance transform, never a
+/// sweep of the kernel: for radii up to 15 a capped one in place on bytes (O(voxels * radius) vector
+/// operations), beyond that a full one on a float working volume (O(voxels)). Invalid input (null buffer,
+/// a dimension < 1, too many voxels, a negative size) logs an error and returns false.
 bool morphology(const std::uint8_t* mask, const Eigen::Vector3i& dims, const MorphologyOptions& options,
                 std::uint8_t* result);
 

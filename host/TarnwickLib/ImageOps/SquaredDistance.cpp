@@ -4,9 +4,10 @@
 // Pass 1 finds, along each x row, the distance to the nearest source with two linear scans. Each further
 // pass replaces every value g(i) of a line by min_j (g(j) + (step * (i - j))^2), the lower envelope of the
 // parabolas rooted at the line's voxels, built and read in one left-to-right sweep each. A line is split
-// at its sources (zeros): a parabola beyond the nearest zero on either side can never be lower than the
-// one rooted at that zero. Sparse targets therefore cost little, and lines without targets are skipped.
-// Lines are processed in blocks of columns that share cache lines, copied to contiguous buffers.
+// into runs of non-source voxels, found from the mask: a parabola beyond the nearest source on either
+// side can never be lower than the one rooted at that source (value 0), so each run is transformed on its
+// own with its neighbouring sources, and source voxels are never touched after pass 1. Sparse targets
+// therefore cost little beyond one scan of the mask per pass.
 //
 // Cost: O(voxels) per pass, three passes (two for 2-D volumes); OpenMP over planes or rows.
 
@@ -17,6 +18,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <limits>
 #include <vector>
 
 namespace Tarnwick::ImageOps {
@@ -24,85 +27,42 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-template <typename T>
-constexpr T farValue() {
-    if constexpr (std::numeric_limits<T>::has_infinity)
-        return std::numeric_limits<T>::infinity();
-    else
-        return std::numeric_limits<T>::max();
-}
-
-template <typename T>
-double toSquared(T value) {
-    return value == farValue<T>() ? kInfinity : static_cast<double>(value);
-}
-
-template <typename T>
-T store(double squared, const SquaredDistanceOptions& options, bool lastPass) {
-    if (squared > options.cap)
-        squared = kInfinity;
-    if (lastPass) {
-        switch (options.output) {
-        case DistanceOutput::Squared:
-            break;
-        case DistanceOutput::Root:
-            squared = std::sqrt(squared);
-            break;
-        case DistanceOutput::WithinCap:
-            return static_cast<T>(squared <= options.cap ? 1 : 0);
-        case DistanceOutput::BeyondCap:
-            return static_cast<T>(squared > options.cap ? 1 : 0);
-        }
-    }
-    return squared == kInfinity ? farValue<T>() : static_cast<T>(squared);
-}
-
-// Lower envelope of parabolas along one line, with its working memory.
-class LineEnvelope {
+// Lower envelope of parabolas over one run of a line, with its working memory.
+class RunEnvelope {
 public:
-    explicit LineEnvelope(int maxLength)
+    explicit RunEnvelope(int maxLength)
         : m_position(static_cast<std::size_t>(maxLength) + 2), m_value(m_position.size()),
-          m_boundary(m_position.size() + 1) {}
+          m_boundary(m_position.size()) {}
 
-    // g: squared distances along the line (0 at sources, +inf where unknown), replaced by the exact ones.
-    void transform(double* g, int n, double step, bool outsideIsSource) {
-        for (int a = 0; a < n;) {
-            if (g[a] == 0.0) {
-                ++a;
-                continue;
-            }
-            int b = a;
-            while (b + 1 < n && g[b + 1] != 0.0)
-                ++b;
-            transformRun(g, n, a, b, step, outsideIsSource);
-            a = b + 1;
-        }
-    }
-
-private:
-    // Recomputes g[a..b], a maximal run without sources, from its own values and the sources next to it.
-    void transformRun(double* g, int n, int a, int b, double step, bool outsideIsSource) {
+    // Recomputes the values of the run [a, b] of a line of n voxels, reached as values[i * stride];
+    // sources lie right before and after the run unless it touches the line's end, where the outside
+    // is a source only when `outsideIsSource`.
+    void transform(float* values, std::int64_t stride, int n, int a, int b, double step, bool outsideIsSource,
+                   bool root) {
         const double stepSquared = step * step;
         m_count = 0;
         if (a > 0 || outsideIsSource)
             add(a - 1, 0.0);
         for (int i = a; i <= b; ++i) {
-            if (g[i] != kInfinity)
-                add(i, g[i] / stepSquared);
+            const double g = values[i * stride];
+            if (g != kInfinity)
+                add(i, g / stepSquared);
         }
         if (b < n - 1 || outsideIsSource)
             add(b + 1, 0.0);
         if (m_count == 0)
-            return;
+            return; // no source reaches the run: it stays +inf
         int k = 0;
         for (int i = a; i <= b; ++i) {
             while (k + 1 < m_count && m_boundary[static_cast<std::size_t>(k) + 1] < i)
                 ++k;
             const double d = i - m_position[static_cast<std::size_t>(k)];
-            g[i] = stepSquared * (d * d + m_value[static_cast<std::size_t>(k)]);
+            const double squared = stepSquared * (d * d + m_value[static_cast<std::size_t>(k)]);
+            values[i * stride] = static_cast<float>(root ? std::sqrt(squared) : squared);
         }
     }
 
+private:
     // Adds the parabola (x - q)^2 + f, in index units; q increases from call to call.
     void add(int q, double f) {
         int k = m_count - 1;
@@ -125,26 +85,36 @@ private:
     int m_count = 0;
 };
 
-template <typename T>
 class SeparableTransform {
 public:
-    SeparableTransform(const Eigen::Vector3i& dims, const SquaredDistanceOptions& options, T* values)
-        : m_dims(dims), m_options(options), m_values(values) {}
+    SeparableTransform(const std::uint8_t* mask, bool sourcesAreForeground, const Eigen::Vector3i& dims,
+                       const SquaredDistanceOptions& options, float* values)
+        : m_mask(mask), m_sourceValue(sourcesAreForeground), m_dims(dims), m_options(options), m_values(values) {}
 
-    void alongX(const std::uint8_t* mask, bool sourcesAreForeground);
+    void alongX();
     void alongLines(int axis, bool lastPass);
 
 private:
-    // Columns handled together: one cache line of values.
-    static constexpr int kBlock = static_cast<int>(64 / sizeof(T));
+    bool mostlyTargets() const;
+    bool isSource(std::uint8_t maskValue) const { return (maskValue != 0) == m_sourceValue; }
+    // Whether any of the eight mask bytes at `bytes` is a non-source.
+    bool anyTarget(const std::uint8_t* bytes) const {
+        std::uint64_t word;
+        std::memcpy(&word, bytes, sizeof word);
+        if (!m_sourceValue)
+            return word != 0;
+        // Some byte is zero (the classic test for a zero byte in a word).
+        return ((word - 0x0101010101010101ull) & ~word & 0x8080808080808080ull) != 0;
+    }
 
+    const std::uint8_t* m_mask;
+    bool m_sourceValue;
     Eigen::Vector3i m_dims;
     const SquaredDistanceOptions& m_options;
-    T* m_values;
+    float* m_values;
 };
 
-template <typename T>
-void SeparableTransform<T>::alongX(const std::uint8_t* mask, bool sourcesAreForeground) {
+void SeparableTransform::alongX() {
     const int nx = m_dims.x();
     const int rows = m_dims.y() * m_dims.z();
     constexpr int kNone = 1 << 30; // farther than any volume is long
@@ -155,86 +125,124 @@ void SeparableTransform<T>::alongX(const std::uint8_t* mask, bool sourcesAreFore
 #pragma omp for schedule(static)
         for (int row = 0; row < rows; ++row) {
             const std::size_t start = static_cast<std::size_t>(row) * nx;
+            const std::uint8_t* mask = m_mask + start;
+            int x = 0;
+            while (x + 8 <= nx && !anyTarget(mask + x))
+                x += 8;
+            if (x + 8 > nx && std::all_of(mask + x, mask + nx, [this](std::uint8_t v) { return isSource(v); })) {
+                std::fill(m_values + start, m_values + start + nx, 0.0f); // sources only
+                continue;
+            }
             int last = m_options.outsideIsSource ? -1 : -kNone;
-            for (int x = 0; x < nx; ++x) {
-                if ((mask[start + x] != 0) == sourcesAreForeground)
+            for (x = 0; x < nx; ++x) {
+                if (isSource(mask[x]))
                     last = x;
                 distance[static_cast<std::size_t>(x)] = x - last;
             }
             int next = m_options.outsideIsSource ? nx : kNone + nx;
-            for (int x = nx - 1; x >= 0; --x) {
+            for (x = nx - 1; x >= 0; --x) {
                 int& d = distance[static_cast<std::size_t>(x)];
                 if (d == 0)
                     next = x;
                 d = std::min(d, next - x);
                 const double length = d >= kNone ? kInfinity : d * step;
-                m_values[start + x] = store<T>(length * length, m_options, false);
+                m_values[start + x] = static_cast<float>(length * length);
             }
         }
     }
 }
 
-template <typename T>
-void SeparableTransform<T>::alongLines(int axis, bool lastPass) {
+void SeparableTransform::alongLines(int axis, bool lastPass) {
+    // The lines of one plane (axis y) or one xz slab (axis z) are swept together, one mask row at a time,
+    // so the mask is read contiguously; each column remembers where its current run of non-sources began
+    // and transforms the run when it ends. Groups of eight columns without targets or open runs are
+    // skipped in one step.
     const int nx = m_dims.x(), n = m_dims[axis];
     const std::size_t plane = static_cast<std::size_t>(nx) * m_dims.y();
-    const std::size_t lineStride = axis == 1 ? static_cast<std::size_t>(nx) : plane;
+    const std::int64_t lineStride = axis == 1 ? nx : static_cast<std::int64_t>(plane);
     const std::size_t outerStride = axis == 1 ? plane : static_cast<std::size_t>(nx);
     const int outerCount = axis == 1 ? m_dims.z() : m_dims.y();
     const double step = m_options.spacing[axis];
-    const T zeroOutput = store<T>(0.0, m_options, lastPass);
+    const bool root = m_options.root && lastPass;
+    // Along z, consecutive voxels of a line lie a whole plane apart. When most voxels are targets, the
+    // runs are long and such strided access thrashes caches and page tables, so the xz slab is then
+    // copied to contiguous memory first.
+    const bool copySlabs = axis == 2 && mostlyTargets();
 #pragma omp parallel if (worthParallel(voxelCount(m_dims)))
     {
-        LineEnvelope envelope(n);
-        std::vector<double> lines(static_cast<std::size_t>(kBlock) * n);
+        RunEnvelope envelope(n);
+        std::vector<int> runStart(static_cast<std::size_t>(nx));
+        std::vector<int> openInGroup(static_cast<std::size_t>(nx) / 8 + 1);
+        std::vector<float> slab(copySlabs ? static_cast<std::size_t>(nx) * n : 0);
 #pragma omp for schedule(dynamic, 1)
         for (int outer = 0; outer < outerCount; ++outer) {
-            for (int x0 = 0; x0 < nx; x0 += kBlock) {
-                const int width = std::min(kBlock, nx - x0);
-                T* base = m_values + outer * outerStride + x0;
-                bool anyTarget = false;
-                for (int i = 0; i < n; ++i) {
-                    const T* row = base + i * lineStride;
-                    for (int k = 0; k < width; ++k) {
-                        anyTarget |= row[k] != T(0);
-                        lines[static_cast<std::size_t>(k) * n + i] = toSquared(row[k]);
+            const std::size_t first = outer * outerStride;
+            float* values = m_values + first;
+            std::int64_t valueStride = lineStride;
+            if (copySlabs) {
+                for (int i = 0; i < n; ++i)
+                    std::copy(values + i * lineStride, values + i * lineStride + nx, slab.data() + i * nx);
+                values = slab.data();
+                valueStride = nx;
+            }
+            auto finishRun = [&](int x, int a, int b) {
+                envelope.transform(values + x, valueStride, n, a, b, step, m_options.outsideIsSource, root);
+            };
+            std::fill(runStart.begin(), runStart.end(), -1);
+            std::fill(openInGroup.begin(), openInGroup.end(), 0);
+            for (int i = 0; i < n; ++i) {
+                const std::uint8_t* maskRow = m_mask + first + i * lineStride;
+                for (int x = 0; x < nx;) {
+                    if (x % 8 == 0 && x + 8 <= nx && openInGroup[static_cast<std::size_t>(x / 8)] == 0 &&
+                        !anyTarget(maskRow + x)) {
+                        x += 8;
+                        continue;
                     }
-                }
-                if (!anyTarget) {
-                    if (zeroOutput != T(0)) {
-                        for (int i = 0; i < n; ++i)
-                            std::fill(base + i * lineStride, base + i * lineStride + width, zeroOutput);
+                    int& start = runStart[static_cast<std::size_t>(x)];
+                    if (!isSource(maskRow[x])) {
+                        if (start < 0) {
+                            start = i;
+                            ++openInGroup[static_cast<std::size_t>(x / 8)];
+                        }
+                    } else if (start >= 0) {
+                        finishRun(x, start, i - 1);
+                        start = -1;
+                        --openInGroup[static_cast<std::size_t>(x / 8)];
                     }
-                    continue;
+                    ++x;
                 }
-                for (int k = 0; k < width; ++k)
-                    envelope.transform(&lines[static_cast<std::size_t>(k) * n], n, step, m_options.outsideIsSource);
-                for (int i = 0; i < n; ++i) {
-                    T* row = base + i * lineStride;
-                    for (int k = 0; k < width; ++k)
-                        row[k] = store<T>(lines[static_cast<std::size_t>(k) * n + i], m_options, lastPass);
-                }
+            }
+            for (int x = 0; x < nx; ++x) {
+                if (runStart[static_cast<std::size_t>(x)] >= 0)
+                    finishRun(x, runStart[static_cast<std::size_t>(x)], n - 1);
+            }
+            if (copySlabs) {
+                for (int i = 0; i < n; ++i)
+                    std::copy(slab.data() + i * nx, slab.data() + (i + 1) * nx, m_values + first + i * lineStride);
             }
         }
     }
+}
+
+bool SeparableTransform::mostlyTargets() const {
+    const std::int64_t count = static_cast<std::int64_t>(voxelCount(m_dims));
+    std::int64_t sources = 0;
+#pragma omp parallel for schedule(static) reduction(+ : sources) if (worthParallel(voxelCount(m_dims)))
+    for (std::int64_t i = 0; i < count; ++i)
+        sources += (m_mask[i] != 0) == m_sourceValue;
+    return 2 * sources < count;
 }
 
 } // namespace
 
-template <typename T>
 void squaredDistances(const std::uint8_t* mask, bool sourcesAreForeground, const Eigen::Vector3i& dims,
-                      const SquaredDistanceOptions& options, T* values) {
-    SeparableTransform<T> transform(dims, options, values);
-    transform.alongX(mask, sourcesAreForeground);
+                      const SquaredDistanceOptions& options, float* values) {
+    SeparableTransform transform(mask, sourcesAreForeground, dims, options, values);
+    transform.alongX();
     const bool flat = dims.z() == 1;
     transform.alongLines(1, flat);
     if (!flat)
         transform.alongLines(2, true);
 }
-
-template void squaredDistances<float>(const std::uint8_t*, bool, const Eigen::Vector3i&, const SquaredDistanceOptions&,
-                                      float*);
-template void squaredDistances<std::uint8_t>(const std::uint8_t*, bool, const Eigen::Vector3i&,
-                                             const SquaredDistanceOptions&, std::uint8_t*);
 
 } // namespace Tarnwick::ImageOps

@@ -1,3 +1,4 @@
+#include <TarnwickLib/ImageOps/CappedDistance.h>
 #include <TarnwickLib/ImageOps/SquaredDistance.h>
 
 #include "support/MaskVolume.h"
@@ -29,65 +30,56 @@ double bruteSquared(const MaskVolume& m, int x, int y, int z, const Eigen::Vecto
     return best;
 }
 
-TEST(SquaredDistanceTest, OutsideSourcesAndAllOutputsMatchBruteForce) {
+TEST(SquaredDistanceTest, OutsideSourcesAndRootsMatchBruteForce) {
     std::mt19937 random(3);
     std::uniform_int_distribution<int> size(1, 9);
     for (int i = 0; i < 60; ++i) {
         const bool flat = i % 3 == 0;
         const MaskVolume sources =
             Support::randomBlobs({size(random), size(random), flat ? 1 : size(random)}, 0.04 * (i % 8), 0, random);
-        const Eigen::Vector3d spacing(0.5 + 0.25 * (i % 5), 1.0, 1.75);
         SquaredDistanceOptions options;
-        options.spacing = spacing;
+        options.spacing = Eigen::Vector3d(0.5 + 0.25 * (i % 5), 1.0, 1.75);
         options.outsideIsSource = i % 2 == 0;
-        options.cap = 2.0 + i % 7;
-        options.output = static_cast<DistanceOutput>(i % 4);
+        options.root = i % 4 < 2;
         std::vector<float> values(sources.voxels.size());
         squaredDistances(sources.voxels.data(), true, sources.dims, options, values.data());
         for (int z = 0; z < sources.dims.z(); ++z)
             for (int y = 0; y < sources.dims.y(); ++y)
                 for (int x = 0; x < sources.dims.x(); ++x) {
-                    const double d2 = bruteSquared(sources, x, y, z, spacing, options.outsideIsSource);
+                    const double d2 = bruteSquared(sources, x, y, z, options.spacing, options.outsideIsSource);
                     const float actual = values[sources.index(x, y, z)];
-                    switch (options.output) {
-                    case DistanceOutput::Squared:
-                    case DistanceOutput::Root: {
-                        // Beyond the cap the value is "far"; within it, exact.
-                        const double expected = options.output == DistanceOutput::Root ? std::sqrt(d2) : d2;
-                        if (d2 > options.cap)
-                            ASSERT_EQ(actual, std::numeric_limits<float>::infinity());
-                        else
-                            ASSERT_NEAR(actual, expected, 1e-5);
-                        break;
-                    }
-                    case DistanceOutput::WithinCap:
-                        ASSERT_EQ(actual, d2 <= options.cap ? 1.0f : 0.0f);
-                        break;
-                    case DistanceOutput::BeyondCap:
-                        ASSERT_EQ(actual, d2 > options.cap ? 1.0f : 0.0f);
-                        break;
-                    }
+                    if (std::isinf(d2))
+                        ASSERT_EQ(actual, std::numeric_limits<float>::infinity());
+                    else
+                        ASSERT_NEAR(actual, options.root ? std::sqrt(d2) : d2, 1e-5 * (1 + d2)) << "volume " << i;
                 }
     }
 }
 
-TEST(SquaredDistanceTest, BytesInPlaceMatchFloats) {
+TEST(SquaredDistanceTest, CappedBytesAreExactUpToTheRadius) {
     std::mt19937 random(8);
-    for (int i = 0; i < 30; ++i) {
-        const MaskVolume mask = Support::randomBlobs({14, 12, i % 5 == 0 ? 1 : 10}, 0.1 + 0.02 * i, 0, random);
-        SquaredDistanceOptions options;
-        options.cap = 1 + i * 8; // up to 233
-        options.outsideIsSource = i % 2 == 1;
-        std::vector<float> floats(mask.voxels.size());
-        squaredDistances(mask.voxels.data(), false, mask.dims, options, floats.data());
-        std::vector<std::uint8_t> bytes = mask.voxels;
-        squaredDistances(bytes.data(), false, mask.dims, options, bytes.data());
-        for (std::size_t v = 0; v < bytes.size(); ++v) {
-            if (std::isinf(floats[v]))
-                ASSERT_EQ(bytes[v], 255);
-            else
-                ASSERT_EQ(bytes[v], floats[v]);
-        }
+    for (int i = 0; i < 45; ++i) {
+        const MaskVolume mask = Support::randomBlobs({14, 12, i % 5 == 0 ? 1 : 10}, 0.02 + 0.02 * (i % 9), 0, random);
+        const int radius = 1 + i % 15;
+        const bool outside = i % 2 == 1;
+        const auto output = static_cast<CappedOutput>(i % 3);
+        std::vector<std::uint8_t> bytes(mask.voxels.size());
+        cappedSquaredDistances(mask.voxels.data(), true, mask.dims, radius, outside, output, bytes.data());
+        // The same in place.
+        std::vector<std::uint8_t> inPlace = mask.voxels;
+        cappedSquaredDistances(inPlace.data(), true, mask.dims, radius, outside, output, inPlace.data());
+        ASSERT_EQ(inPlace, bytes);
+        for (int z = 0; z < mask.dims.z(); ++z)
+            for (int y = 0; y < mask.dims.y(); ++y)
+                for (int x = 0; x < mask.dims.x(); ++x) {
+                    const double d2 = bruteSquared(mask, x, y, z, Eigen::Vector3d::Ones(), outside);
+                    const bool within = d2 <= radius * radius;
+                    const std::uint8_t expected =
+                        output == CappedOutput::SquaredDistance
+                            ? (within ? static_cast<std::uint8_t>(d2) : 255)
+                            : static_cast<std::uint8_t>(within == (output == CappedOutput::WithinRadius));
+                    ASSERT_EQ(bytes[mask.index(x, y, z)], expected) << "volume " << i << " radius " << radius;
+                }
     }
 }
 
