@@ -66,12 +66,37 @@ TEST(ResamplingTest, LinearAgreesWithTheImageInterpolationEverywhere) {
     }
 }
 
+TEST(ResamplingTest, LinearMasksAreTheRoundedInterpolation) {
+    // Sparse 0/1 masks large enough that most samples take the interior path and skip empty neighbourhoods.
+    std::mt19937 random(12);
+    for (int i = 0; i < 4; ++i) {
+        const Support::MaskVolume blobs = Support::randomBlobs({30, 26, 22}, 0.42, 2, random);
+        auto source = TypedImage<unsigned char>::zeros(blobs.dims);
+        std::copy(blobs.voxels.begin(), blobs.voxels.end(), source->pointer());
+        const Eigen::Vector3i targetDims(28, 28, 24);
+        const Eigen::Matrix4d map = randomMap(random, false);
+        std::vector<unsigned char> target(static_cast<std::size_t>(targetDims.prod()));
+        ASSERT_TRUE(
+            resample(source->pointer(), blobs.dims, 1, targetDims, map, {Interpolation::Linear}, target.data()));
+        int foreground = 0;
+        for (int z = 0; z < targetDims.z(); ++z)
+            for (int y = 0; y < targetDims.y(); ++y)
+                for (int x = 0; x < targetDims.x(); ++x) {
+                    const double value = source->interpolatedValue((map * Eigen::Vector4d(x, y, z, 1)).head<3>());
+                    const unsigned char actual = target[(z * targetDims.y() + y) * targetDims.x() + x];
+                    ASSERT_EQ(actual, value >= 0.5 ? 1 : 0) << "map " << i << " voxel " << x << "," << y << "," << z;
+                    foreground += actual;
+                }
+        EXPECT_GT(foreground, 100);
+    }
+}
+
 TEST(ResamplingTest, NearestTakesTheClosestVoxelWithinHalfAVoxelOfTheVolume) {
     std::mt19937 random(3);
     for (int i = 0; i < 12; ++i) {
         const bool flat = i % 4 == 0;
-        const auto source = randomImage<short>({6, 7, flat ? 1 : 5}, 2, random);
-        const Eigen::Vector3i targetDims(8, 9, flat ? 1 : 6);
+        const auto source = randomImage<short>({6 + 3 * i, 7 + 2 * i, flat ? 1 : 5 + i}, 2, random);
+        const Eigen::Vector3i targetDims(8 + 3 * i, 9 + 2 * i, flat ? 1 : 6 + i);
         const Eigen::Matrix4d map = randomMap(random, flat);
         std::vector<short> target(static_cast<std::size_t>(targetDims.prod()) * 2, 7);
         ASSERT_TRUE(resample(source->pointer(), source->dimensions(), 2, targetDims, map, {Interpolation::Nearest},
