@@ -9,10 +9,9 @@
 #include <TarnwickGraph/Graph/GraphUtils.h>
 
 #include <limits>
-#include <map>
 #include <optional>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace Tarnwick {
 
