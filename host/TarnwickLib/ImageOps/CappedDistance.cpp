@@ -12,12 +12,41 @@
 #include <TarnwickLib/ImageOps/VolumeValidation.h>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 namespace Tarnwick::ImageOps {
 namespace {
 
 constexpr std::uint8_t kFar = 255;
+
+// Byte addition that stops at 255; written so that loops over it stay in byte vectors.
+inline std::uint8_t saturatingAdd(std::uint8_t a, std::uint8_t b) {
+    const std::uint8_t sum = static_cast<std::uint8_t>(a + b);
+    return sum < a ? std::uint8_t(255) : sum;
+}
+
+struct RowContent {
+    bool anyZero = false, anyNonZero = false;
+};
+
+// Which kinds of byte a row holds, eight bytes at a time: most rows of a sparse mask are uniform.
+RowContent rowContent(const std::uint8_t* row, int n) {
+    RowContent content;
+    int x = 0;
+    for (; x + 8 <= n; x += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, row + x, sizeof word);
+        content.anyNonZero |= word != 0;
+        // The classic test for a zero byte in a word.
+        content.anyZero |= ((word - 0x0101010101010101ull) & ~word & 0x8080808080808080ull) != 0;
+    }
+    for (; x < n; ++x) {
+        content.anyNonZero |= row[x] != 0;
+        content.anyZero |= row[x] == 0;
+    }
+    return content;
+}
 
 class CappedTransform {
 public:
@@ -53,6 +82,17 @@ void CappedTransform::alongX(const std::uint8_t* mask, bool sourcesAreForeground
             // The row of the mask is read completely before the row of values is written.
             const std::uint8_t* in = mask + static_cast<std::size_t>(row) * nx;
             std::uint8_t* v = m_values + static_cast<std::size_t>(row) * nx;
+            const RowContent content = rowContent(in, nx);
+            const bool anySource = sourcesAreForeground ? content.anyNonZero : content.anyZero;
+            const bool anyTarget = sourcesAreForeground ? content.anyZero : content.anyNonZero;
+            if (!anyTarget) {
+                std::fill(v, v + nx, std::uint8_t(0));
+                continue;
+            }
+            if (!anySource && !m_outsideIsSource) {
+                std::fill(v, v + nx, kFar);
+                continue;
+            }
             int last = m_outsideIsSource ? -1 : -none;
             for (int x = 0; x < nx; ++x) {
                 if ((in[x] != 0) == sourcesAreForeground)
@@ -80,22 +120,18 @@ void CappedTransform::windowMinimum(const std::uint8_t* rows, int count, int ind
         const int lower = index - k, upper = index + k;
         const std::uint8_t* lowerRow = lower >= 0 ? rows + static_cast<std::size_t>(lower) * nx : nullptr;
         const std::uint8_t* upperRow = upper < count ? rows + static_cast<std::size_t>(upper) * nx : nullptr;
-        const int step = k * k;
+        const std::uint8_t step = static_cast<std::uint8_t>(k * k);
         if (lowerRow && upperRow) {
-            for (int x = 0; x < nx; ++x) {
-                const int nearest = std::min(lowerRow[x], upperRow[x]) + step;
-                out[x] = static_cast<std::uint8_t>(std::min<int>(out[x], std::min(nearest, 255)));
-            }
+            for (int x = 0; x < nx; ++x)
+                out[x] = std::min(out[x], saturatingAdd(std::min(lowerRow[x], upperRow[x]), step));
         } else if (lowerRow || upperRow) {
             const std::uint8_t* row = lowerRow ? lowerRow : upperRow;
-            const int outside = beyond + step;
-            for (int x = 0; x < nx; ++x) {
-                const int nearest = std::min<int>(row[x] + step, outside);
-                out[x] = static_cast<std::uint8_t>(std::min<int>(out[x], std::min(nearest, 255)));
-            }
+            const std::uint8_t outside = saturatingAdd(beyond, step);
+            for (int x = 0; x < nx; ++x)
+                out[x] = std::min(out[x], std::min(saturatingAdd(row[x], step), outside));
         } else if (m_outsideIsSource) {
             for (int x = 0; x < nx; ++x)
-                out[x] = static_cast<std::uint8_t>(std::min<int>(out[x], step));
+                out[x] = std::min(out[x], step);
         }
     }
     if (!lastPass)
