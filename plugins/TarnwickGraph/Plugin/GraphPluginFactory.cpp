@@ -1,10 +1,11 @@
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 
+#include <TarnwickGraph/Algorithms/CenterlineGraphExtractionAlgorithm.h>
 #include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
-#include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphToPointCloudAlgorithm.h>
 #include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
 #include <TarnwickGraph/Algorithms/NodeToEdgeFeatureAlgorithm.h>
@@ -18,6 +19,8 @@ namespace Tarnwick {
 GraphPluginFactory::GraphPluginFactory() : AlgorithmFactory("Graph") {
     // One line per algorithm, in the catalogue order of the header; an algorithm is added at its
     // place in the list when its class joins the plug-in.
+    registerAlgorithm<CenterlineGraphExtractionAlgorithm>("CenterlineGraphExtraction",
+                                                          "Graph;Centerline Graph Extraction");
     registerAlgorithm<CombineGraphsAlgorithm>("CombineGraphs", "Graph;Combine Graphs");
     registerAlgorithm<ComputeCommonGraphFeaturesAlgorithm>("ComputeFeatures", "Graph;Compute Features");
     registerAlgorithm<PartitionGraphsAlgorithm>("PartitionGraphs", "Graph;Partition Graphs");
