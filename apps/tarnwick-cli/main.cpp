@@ -3,9 +3,11 @@
 // file of its own.
 #include "AlgorithmsCommand.h"
 #include "CommandContext.h"
+#include "ExtractCommand.h"
 #include "InfoCommand.h"
 #include "PluginsCommand.h"
 #include "RunCommand.h"
+#include "SampleCommand.h"
 
 #include <TarnwickCore/Log.h>
 #include <TarnwickLib/Plugin/HostVersion.h>
@@ -41,6 +43,8 @@ int main(int argc, char** argv) {
     commands.push_back(std::make_unique<Cli::AlgorithmsCommand>());
     commands.push_back(std::make_unique<Cli::InfoCommand>());
     commands.push_back(std::make_unique<Cli::RunCommand>());
+    commands.push_back(std::make_unique<Cli::ExtractCommand>());
+    commands.push_back(std::make_unique<Cli::SampleCommand>());
     std::vector<CLI::App*> subcommands;
     for (const auto& command : commands)
         subcommands.push_back(command->declare(app));

@@ -1,0 +1,198 @@
+#include "ExtractCommand.h"
+
+#include <TarnwickCore/ConsoleProgress.h>
+#include <TarnwickCore/Log.h>
+#include <TarnwickCore/Timer.h>
+#include <TarnwickGraph/Plugin/GraphCommandLineEntry.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Algorithm/ParameterBase.h>
+#include <TarnwickLib/Image/SharedImageSet.h>
+#include <TarnwickLib/IO/DataFileIO.h>
+#include <TarnwickLib/Plugin/SharedLibrary.h>
+
+#include "CommandContext.h"
+
+#include <CLI/App.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace Tarnwick::Cli {
+
+namespace {
+
+bool endsWith(const std::string& text, const std::string& suffix) {
+    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+using Stages = std::vector<std::pair<std::string, double>>;
+
+/// The console progress display that also records how long each top-level task took.
+class StageProgress : public ConsoleProgress {
+public:
+    Stages stages;
+
+protected:
+    void taskEnded(const Task& task, int depth) override {
+        if (depth == 0)
+            stages.emplace_back(task.description, task.timer.elapsedSeconds());
+        ConsoleProgress::taskEnded(task, depth);
+    }
+};
+
+/// Creates catalogue algorithm `id` on `inputs` with parameters from text; null with the reason logged.
+std::unique_ptr<Algorithm> createAlgorithm(const std::string& id, const DataList& inputs,
+                                           const std::vector<std::pair<std::string, std::string>>& settings) {
+    const auto info = FactoryRegistry::get().findAlgorithm(id);
+    if (!info) {
+        TW_LOG_ERROR("The algorithm '{}' is not available; is the graph plug-in loaded?", id);
+        return nullptr;
+    }
+    std::unique_ptr<Algorithm> algorithm = info->factory->create(id, inputs);
+    if (!algorithm) {
+        TW_LOG_ERROR("{} does not accept the image", id);
+        return nullptr;
+    }
+    for (const auto& [name, value] : settings) {
+        ParameterBase* parameter = algorithm->parameter(name);
+        const auto error =
+            parameter ? parameter->setFromString(value) : std::optional<std::string>("no such parameter");
+        if (error) {
+            TW_LOG_ERROR("{}: {}: {}", id, name, *error);
+            return nullptr;
+        }
+    }
+    return algorithm;
+}
+
+/// Runs `algorithm` as one recorded stage; true on success.
+bool runStage(Algorithm& algorithm, const char* stage, StageProgress& progress) {
+    progress.start(stage);
+    algorithm.setProgress(&progress);
+    algorithm.compute();
+    algorithm.setProgress(nullptr);
+    progress.end();
+    return algorithm.status() == Algorithm::Success;
+}
+
+void printStats(const TarnwickGraphSummary& summary, const Stages& stages) {
+    fmt::print("Nodes: {}\nEdges: {}\nBranch points: {}\nEndpoints: {}\nComponents: {}\nCycles: {}\n", summary.nodes,
+               summary.edges, summary.branchPoints, summary.endpoints, summary.components, summary.cycles);
+    fmt::print("Total length: {:.2f} mm\n", summary.totalLength);
+    if (summary.maxDiameter > 0.0)
+        fmt::print("Diameter range: {:.3f} to {:.3f} mm\n", summary.minDiameter, summary.maxDiameter);
+    double total = 0.0;
+    fmt::print("Stage times:\n");
+    for (const auto& [stage, seconds] : stages) {
+        fmt::print("  {:<18} {:8.3f} s\n", stage, seconds);
+        total += seconds;
+    }
+    fmt::print("  {:<18} {:8.3f} s\n", "total", total);
+}
+
+} // namespace
+
+CLI::App* ExtractCommand::declare(CLI::App& app) {
+    CLI::App* command = app.add_subcommand("extract", "Extract the centerline graph of a vessel mask and measure it");
+    command->add_option("image", m_input, "The vessel mask (any image file; non-zero or > 0.5 is vessel)")->required();
+    command->add_option("-o,--output", m_output, "The graph file to write (.graphml or .tnw)")->required();
+    command
+        ->add_option("--min-vessel-diameter", m_minVesselDiameter,
+                     "Smallest vessel diameter (mm) resolved; coarsens the working grid")
+        ->check(CLI::PositiveNumber);
+    command->add_option("--graph-smoothing", m_graphSmoothing, "Smoothing strength of the positions; 0 disables it")
+        ->check(CLI::NonNegativeNumber);
+    command
+        ->add_option("--prune-sensitivity", m_pruneSensitivity,
+                     "Side branches shorter than this times the local radius are removed")
+        ->check(CLI::NonNegativeNumber);
+    command->add_flag("--remove-cycles", m_removeCycles, "Break every cycle (the result is a forest)");
+    command->add_option("--close-holes", m_closeHoles, "Closing radius in voxels before thinning; 0 disables it")
+        ->check(CLI::Range(0, 32));
+    command->add_flag("--ras", m_ras, "Write GraphML positions in RAS instead of LPS world coordinates");
+    command->add_flag("--stats", m_stats, "Print a summary of the graph and the time of every stage");
+    return command;
+}
+
+int ExtractCommand::run(CommandContext& context) {
+    const bool graphml = endsWith(m_output, ".graphml");
+    if (!graphml && !endsWith(m_output, ".tnw")) {
+        TW_LOG_ERROR("The output '{}' must end in .graphml or .tnw", m_output);
+        return 1;
+    }
+    // The graph plug-in's entry points for summaries and world coordinates.
+    std::unique_ptr<SharedLibrary> library;
+    for (const auto& plugin : context.plugins().loadedPlugins())
+        if (plugin.id == "Tarnwick.Graph") {
+            std::string error;
+            library = SharedLibrary::open(plugin.path, error);
+        }
+    const auto summarize =
+        library ? reinterpret_cast<TarnwickGraphSummarizeFunction>(library->symbol("tarnwickGraphSummarize")) : nullptr;
+    const auto moveToWorld =
+        library ? reinterpret_cast<TarnwickGraphMoveToWorldFunction>(library->symbol("tarnwickGraphMoveToWorld"))
+                : nullptr;
+    if (!summarize || !moveToWorld) {
+        TW_LOG_ERROR("extract needs the graph plug-in (Tarnwick.Graph), which is not loaded");
+        return 1;
+    }
+
+    StageProgress progress;
+    Timer timer;
+    std::optional<OwningDataList> loaded = DataFileIO::load(m_input);
+    if (!loaded)
+        return 1;
+    std::unique_ptr<SharedImageSet> image = loaded->extractFirstImage();
+    if (!image || image->size() != 1) {
+        TW_LOG_ERROR("'{}' holds no single image to extract centerlines from", m_input);
+        return 1;
+    }
+    progress.stages.emplace_back("load", timer.elapsedSeconds());
+
+    std::unique_ptr<Algorithm> extraction =
+        createAlgorithm("CenterlineGraphExtraction", DataList({image.get()}),
+                        {{"minVesselDiameter", fmt::format("{}", m_minVesselDiameter)},
+                         {"graphSmoothing", fmt::format("{}", m_graphSmoothing)},
+                         {"prunePathsSensitivity", fmt::format("{}", m_pruneSensitivity)},
+                         {"removeCycles", m_removeCycles ? "true" : "false"},
+                         {"closeHolesSize", m_closeHoles > 0 ? std::to_string(m_closeHoles) : std::string()}});
+    if (!extraction)
+        return 1;
+    extraction->setProgress(&progress);
+    extraction->compute();
+    extraction->setProgress(nullptr);
+    OwningDataList output = extraction->takeOutput();
+    Data* graph = output.get(0);
+    if (extraction->status() != Algorithm::Success || !graph) {
+        TW_LOG_ERROR("Centerline extraction of '{}' failed", m_input);
+        return 1;
+    }
+
+    std::unique_ptr<Algorithm> lengths =
+        createAlgorithm("ComputeFeatures", DataList({graph}), {{"mode", "EdgeLength"}});
+    std::unique_ptr<Algorithm> diameters =
+        createAlgorithm("ComputeFeatures", DataList({graph, image.get()}), {{"mode", "VesselDiameter"}});
+    if (!lengths || !diameters || !runStage(*lengths, "length", progress) ||
+        !runStage(*diameters, "diameters", progress)) {
+        TW_LOG_ERROR("Measuring the graph failed");
+        return 1;
+    }
+
+    progress.start("export");
+    if (graphml)
+        moveToWorld(graph, m_ras ? 1 : 0);
+    const bool saved = DataFileIO::save(m_output, DataList({graph}));
+    progress.end();
+    if (!saved)
+        return 1;
+
+    TarnwickGraphSummary summary{};
+    summarize(graph, &summary);
+    if (m_stats)
+        printStats(summary, progress.stages);
+    fmt::print("Wrote {} nodes and {} edges to {}\n", summary.nodes, summary.edges, m_output);
+    return 0;
+}
+
+} // namespace Tarnwick::Cli
