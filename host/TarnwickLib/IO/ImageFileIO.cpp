@@ -9,6 +9,7 @@
 #include <TarnwickLib/IO/ImageFileIO.h>
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickLib/IO/ImageFileLayout.h>
 
 #include <itkImageIOBase.h>
 #include <itkMetaImageIO.h>
@@ -140,6 +141,25 @@ Component componentOf(PixelType type) {
     return Component::UNKNOWNCOMPONENTTYPE;
 }
 
+bool tiffSupports(PixelType type) {
+    return type == PixelType::Int8 || type == PixelType::UInt8 || type == PixelType::Int16 ||
+           type == PixelType::UInt16 || type == PixelType::Float;
+}
+
+/// ITK's description without its "itk::ERROR: ClassName(0x...): " prefix and trailing newlines.
+std::string itkMessage(const itk::ExceptionObject& e) {
+    std::string text = e.GetDescription();
+    for (const char* prefix : {"itk::ERROR: ", "ITK ERROR: "}) {
+        if (text.rfind(prefix, 0) == 0) {
+            const std::size_t end = text.find("): ");
+            text = text.substr(end == std::string::npos ? std::strlen(prefix) : end + 3);
+        }
+    }
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.pop_back();
+    return text;
+}
+
 std::size_t physicalMemoryBytes() {
     const long pages = sysconf(_SC_PHYS_PAGES);
     const long pageSize = sysconf(_SC_PAGE_SIZE);
@@ -251,6 +271,9 @@ std::string readHeader(itk::ImageIOBase& io, const std::string& path, ImageDescr
 
 ImageFileIO::LoadResult loadWithItk(const std::string& path, const FormatEntry& format) {
     itk::ImageIOBase::Pointer io = createImageIO(format.format);
+    const std::string unsafe = ImageFileLayout::checkHeader(path);
+    if (!unsafe.empty())
+        return {nullptr, fmt::format("Cannot read '{}': {}", path, unsafe)};
     if (!io->CanReadFile(path.c_str()))
         return {nullptr, fmt::format("Cannot read '{}': not a valid {} file", path, format.name)};
     io->SetFileName(path);
@@ -261,13 +284,20 @@ ImageFileIO::LoadResult loadWithItk(const std::string& path, const FormatEntry& 
     if (!headerError.empty())
         return {nullptr, headerError};
 
+    const std::string layoutError = ImageFileLayout::checkDataSize(path, descriptor.byteSize());
+    if (!layoutError.empty())
+        return {nullptr, fmt::format("Cannot read '{}': {}", path, layoutError)};
+
     std::shared_ptr<MemImage> mem = dispatchPixelType(descriptor.pixelType, [&](auto tag) -> std::shared_ptr<MemImage> {
         return TypedImage<typename decltype(tag)::type>::uninitialized(descriptor);
     });
     io->SetIORegion(fullRegion(descriptor.dimensions, io->GetNumberOfDimensions()));
     io->Read(mem->data());
 
-    auto image = std::make_shared<SharedImage>(mem, matrixToWorldOf(geometry, descriptor.dimensions));
+    // TIFF has no placement: its images are centred at the world origin.
+    const Eigen::Matrix4d toWorld =
+        format.format == Format::Tiff ? Eigen::Matrix4d::Identity() : matrixToWorldOf(geometry, descriptor.dimensions);
+    auto image = std::make_shared<SharedImage>(mem, toWorld);
     return {std::make_unique<SharedImageSet>(image, baseName(path, format)), {}};
 }
 
@@ -348,8 +378,13 @@ ImageFileIO::SaveResult saveWithItk(const SharedImage& image, const fs::path& ta
     if (!geometry)
         return {
             fmt::format("Cannot save '{}': the image's matrix is not an invertible affine placement", target.string())};
-    if (format.format == Format::Tiff && (!geometry->direction.isIdentity() || !geometry->origin.isZero()))
-        TW_LOG_WARN("TIFF files store no origin or direction; '{}' keeps only the spacing", target.string());
+    if (format.format == Format::Tiff) {
+        if (!tiffSupports(d.pixelType))
+            return {fmt::format("Cannot save '{}': TIFF files hold int8, uint8, int16, uint16 or float values, not {}",
+                                target.string(), pixelTypeName(d.pixelType))};
+        if (!image.matrixToWorld().isIdentity())
+            TW_LOG_WARN("TIFF files store no origin or direction; '{}' keeps only the spacing", target.string());
+    }
 
     StagingFolder staging(target);
     if (!staging.created())
@@ -376,7 +411,7 @@ ImageFileIO::LoadResult ImageFileIO::load(const std::string& path) {
     try {
         return loadWithItk(path, *format);
     } catch (const itk::ExceptionObject& e) {
-        return {nullptr, fmt::format("Cannot read '{}': {}", path, e.GetDescription())};
+        return {nullptr, fmt::format("Cannot read '{}': {}", path, itkMessage(e))};
     } catch (const std::bad_alloc&) {
         return {nullptr, fmt::format("Cannot read '{}': out of memory", path)};
     } catch (const std::exception& e) {
@@ -396,7 +431,7 @@ ImageFileIO::SaveResult ImageFileIO::save(const SharedImageSet& images, const st
     try {
         return saveWithItk(*images.get(0), fs::path(path), *format, options);
     } catch (const itk::ExceptionObject& e) {
-        return {fmt::format("Cannot save '{}': {}", path, e.GetDescription())};
+        return {fmt::format("Cannot save '{}': {}", path, itkMessage(e))};
     } catch (const std::exception& e) {
         return {fmt::format("Cannot save '{}': {}", path, e.what())};
     } catch (...) {

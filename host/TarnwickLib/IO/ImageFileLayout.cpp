@@ -1,0 +1,495 @@
+#include <TarnwickLib/IO/ImageFileLayout.h>
+
+#include <fmt/format.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace Tarnwick {
+
+namespace {
+
+// Saturating arithmetic: absurd header values must not wrap around into plausible sizes.
+std::uint64_t addSaturated(std::uint64_t a, std::uint64_t b) {
+    std::uint64_t r;
+    return __builtin_add_overflow(a, b, &r) ? UINT64_MAX : r;
+}
+std::uint64_t mulSaturated(std::uint64_t a, std::uint64_t b) {
+    std::uint64_t r;
+    return __builtin_mul_overflow(a, b, &r) ? UINT64_MAX : r;
+}
+
+std::uint64_t sizeOf(const fs::path& path) {
+    std::error_code ec;
+    const std::uintmax_t size = fs::file_size(path, ec);
+    return ec ? 0 : size;
+}
+
+std::string truncated(std::uint64_t needed, std::uint64_t present) {
+    return fmt::format("the file is truncated: its pixel data needs {} bytes, {} are present", needed, present);
+}
+
+bool hasExtension(const std::string& path, const std::string& extension) {
+    std::string name = fs::path(path).filename().string();
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
+    return name.size() > extension.size() &&
+           name.compare(name.size() - extension.size(), extension.size(), extension) == 0;
+}
+
+std::string readPrefix(const fs::path& path, std::size_t maxBytes) {
+    std::ifstream in(path, std::ios::binary);
+    std::string bytes(maxBytes, '\0');
+    in.read(bytes.data(), static_cast<std::streamsize>(maxBytes));
+    bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(in.gcount(), 0)));
+    return bytes;
+}
+
+/// A value of type T at `offset` in `bytes`, byte-swapped when `swap`. The caller checks the bounds.
+template <typename T>
+T valueAt(const std::string& bytes, std::size_t offset, bool swap) {
+    unsigned char raw[sizeof(T)];
+    std::memcpy(raw, bytes.data() + offset, sizeof(T));
+    if (swap)
+        std::reverse(raw, raw + sizeof(T));
+    T value;
+    std::memcpy(&value, raw, sizeof(T));
+    return value;
+}
+
+// ---- NIfTI ----------------------------------------------------------------------------------
+
+/// What the checks need from a NIfTI-1 or NIfTI-2 header.
+struct NiftiHeader {
+    /// Data offset plus voxel data size; nothing when the fields are out of range (the reader then
+    /// reports the problem).
+    std::optional<std::uint64_t> neededBytes;
+    /// Spacing, quaternion, offsets and affine rows are all finite numbers.
+    bool finiteGeometry = true;
+};
+
+template <typename Real>
+bool allFinite(const std::string& header, std::size_t begin, std::size_t end, bool swap) {
+    for (std::size_t offset = begin; offset < end; offset += sizeof(Real))
+        if (!std::isfinite(valueAt<Real>(header, offset, swap)))
+            return false;
+    return true;
+}
+
+/// Parses the start of a NIfTI file; nothing when the bytes are not a NIfTI header.
+std::optional<NiftiHeader> parseNifti(const std::string& header) {
+    if (header.size() < 348)
+        return std::nullopt;
+    for (bool swap : {false, true}) {
+        const std::int32_t headerSize = valueAt<std::int32_t>(header, 0, swap);
+        std::int64_t rank = 0, bitsPerVoxel = 0;
+        double offset = 0;
+        std::vector<std::int64_t> dims;
+        NiftiHeader parsed;
+        if (headerSize == 348) {
+            rank = valueAt<std::int16_t>(header, 40, swap);
+            for (int i = 1; i <= std::clamp<std::int64_t>(rank, 0, 7); ++i)
+                dims.push_back(valueAt<std::int16_t>(header, 40 + 2 * i, swap));
+            bitsPerVoxel = valueAt<std::int16_t>(header, 72, swap);
+            offset = valueAt<float>(header, 108, swap);
+            // pixdim, then quaternion, offsets and the three affine rows.
+            parsed.finiteGeometry = allFinite<float>(header, 76, 108, swap) && allFinite<float>(header, 256, 328, swap);
+        } else if (headerSize == 540 && header.size() >= 540) {
+            rank = valueAt<std::int64_t>(header, 16, swap);
+            for (int i = 1; i <= std::clamp<std::int64_t>(rank, 0, 7); ++i)
+                dims.push_back(valueAt<std::int64_t>(header, 16 + 8 * i, swap));
+            bitsPerVoxel = valueAt<std::int16_t>(header, 14, swap);
+            offset = static_cast<double>(valueAt<std::int64_t>(header, 168, swap));
+            parsed.finiteGeometry =
+                allFinite<double>(header, 104, 168, swap) && allFinite<double>(header, 352, 496, swap);
+        } else {
+            continue;
+        }
+        if (rank < 1 || rank > 7 || bitsPerVoxel <= 0 || !std::isfinite(offset) || offset < 0 || offset > 1e18 ||
+            std::any_of(dims.begin(), dims.end(), [](std::int64_t n) { return n < 1; }))
+            return parsed;
+        std::uint64_t bits = static_cast<std::uint64_t>(bitsPerVoxel);
+        for (std::int64_t n : dims)
+            bits = mulSaturated(bits, static_cast<std::uint64_t>(n));
+        parsed.neededBytes = addSaturated(static_cast<std::uint64_t>(offset), bits / 8);
+        return parsed;
+    }
+    return std::nullopt;
+}
+
+/// The first bytes of a NIfTI file, decompressed for .nii.gz.
+std::string niftiHeaderBytes(const fs::path& path, bool gzipped) {
+    if (!gzipped)
+        return readPrefix(path, 540);
+    std::unique_ptr<gzFile_s, int (*)(gzFile)> file(gzopen(path.c_str(), "rb"), gzclose);
+    if (!file)
+        return {};
+    std::string header(540, '\0');
+    const int got = gzread(file.get(), header.data(), static_cast<unsigned>(header.size()));
+    header.resize(static_cast<std::size_t>(std::max(got, 0)));
+    return header;
+}
+
+std::string checkNiftiHeader(const fs::path& path, bool gzipped) {
+    const std::optional<NiftiHeader> header = parseNifti(niftiHeaderBytes(path, gzipped));
+    if (header && !header->finiteGeometry)
+        return "the header is corrupt: its spacing or orientation holds a value that is not a finite number";
+    return {};
+}
+
+std::string checkNifti(const fs::path& path) {
+    const std::optional<NiftiHeader> header = parseNifti(readPrefix(path, 540));
+    const std::uint64_t present = sizeOf(path);
+    if (header && header->neededBytes && present < *header->neededBytes)
+        return truncated(*header->neededBytes, present);
+    return {};
+}
+
+/// The gzip trailer's uncompressed size (modulo 2^32) of the last member.
+std::optional<std::uint32_t> gzipTrailerSize(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    in.seekg(-4, std::ios::end);
+    unsigned char raw[4];
+    if (!in.read(reinterpret_cast<char*>(raw), 4))
+        return std::nullopt;
+    return static_cast<std::uint32_t>(raw[0] | raw[1] << 8 | raw[2] << 16 | static_cast<std::uint32_t>(raw[3]) << 24);
+}
+
+/// Uncompressed bytes in a gzip file, or nothing when the stream is truncated or corrupt.
+std::optional<std::uint64_t> gzipContentSize(const fs::path& path) {
+    std::unique_ptr<gzFile_s, int (*)(gzFile)> file(gzopen(path.c_str(), "rb"), gzclose);
+    if (!file)
+        return std::nullopt;
+    std::uint64_t total = 0;
+    std::vector<char> buffer(1 << 20);
+    int got;
+    while ((got = gzread(file.get(), buffer.data(), static_cast<unsigned>(buffer.size()))) > 0)
+        total += static_cast<std::uint64_t>(got);
+    int error = Z_OK;
+    gzerror(file.get(), &error);
+    if (got < 0 || (error != Z_OK && error != Z_STREAM_END))
+        return std::nullopt;
+    return total;
+}
+
+std::string checkGzipNifti(const fs::path& path) {
+    const std::optional<NiftiHeader> header = parseNifti(niftiHeaderBytes(path, true));
+    if (!header || !header->neededBytes)
+        return {};
+    const std::uint64_t needed = *header->neededBytes;
+    if (gzipTrailerSize(path) == static_cast<std::uint32_t>(needed))
+        return {};
+    // The trailer disagrees: count the uncompressed bytes to tell a truncated file from a valid one
+    // with several gzip members or trailing bytes.
+    const std::optional<std::uint64_t> total = gzipContentSize(path);
+    if (!total)
+        return "the compressed data is truncated or corrupt";
+    return *total < needed ? truncated(needed, *total) : std::string();
+}
+
+// ---- MetaImage --------------------------------------------------------------------------------
+
+std::string trim(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t\r");
+    const auto last = text.find_last_not_of(" \t\r");
+    return first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
+}
+
+std::optional<std::uint64_t> parseCount(const std::string& text) {
+    try {
+        std::size_t used = 0;
+        const unsigned long long value = std::stoull(text, &used);
+        return used == text.size() ? std::optional<std::uint64_t>(value) : std::nullopt;
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+/// Bytes of pixel data present: after `offset` + `skip` in the header file itself when `dataFile` is
+/// empty or "LOCAL", otherwise in the detached data file (named relative to the header) after `skip`.
+/// Sets `error` when the data file does not exist.
+std::uint64_t bytesPresent(const fs::path& header, const std::string& dataFile, std::uint64_t offset,
+                           std::uint64_t skip, std::string& error) {
+    if (dataFile.empty() || dataFile == "LOCAL")
+        return sizeOf(header) - std::min(addSaturated(offset, skip), sizeOf(header));
+    const fs::path data = fs::path(dataFile).is_absolute() ? fs::path(dataFile) : header.parent_path() / dataFile;
+    std::error_code ec;
+    if (!fs::is_regular_file(data, ec)) {
+        error = fmt::format("its data file '{}' does not exist", data.string());
+        return 0;
+    }
+    return sizeOf(data) - std::min(skip, sizeOf(data));
+}
+
+/// The "Key = Value" fields of a MetaImage header up to ElementDataFile, which ends the header.
+struct MetaHeader {
+    std::map<std::string, std::string> fields;
+    /// Offset of the first byte after the header; 0 when ElementDataFile was not found.
+    std::size_t end = 0;
+};
+
+MetaHeader parseMetaHeader(const fs::path& path) {
+    const std::string head = readPrefix(path, 1 << 16);
+    MetaHeader header;
+    for (std::size_t pos = 0; pos < head.size();) {
+        std::size_t end = head.find('\n', pos);
+        if (end == std::string::npos)
+            end = head.size();
+        const std::string line = head.substr(pos, end - pos);
+        pos = end + 1;
+        const std::size_t equals = line.find('=');
+        if (equals == std::string::npos)
+            continue;
+        const std::string key = trim(line.substr(0, equals));
+        header.fields[key] = trim(line.substr(equals + 1));
+        if (key == "ElementDataFile") {
+            header.end = std::min(pos, head.size());
+            break;
+        }
+    }
+    return header;
+}
+
+std::string checkMetaImageHeader(const fs::path& path) {
+    // The reader reads NDims values for every array field, so a negative or huge count makes it
+    // loop for billions of values. Keys are compared without case to be safe.
+    for (const auto& [key, value] : parseMetaHeader(path).fields) {
+        std::string lowered = key;
+        std::transform(lowered.begin(), lowered.end(), lowered.begin(),
+                       [](unsigned char c) { return std::tolower(c); });
+        if (lowered != "ndims")
+            continue;
+        const std::optional<std::uint64_t> rank = parseCount(value);
+        if (!rank || *rank < 1 || *rank > 10)
+            return fmt::format("the header is corrupt: NDims = {}", value);
+    }
+    return {};
+}
+
+std::string checkMetaImage(const fs::path& path, std::uint64_t dataBytes) {
+    const MetaHeader header = parseMetaHeader(path);
+    const auto field = [&](const char* key) {
+        const auto it = header.fields.find(key);
+        return it == header.fields.end() ? std::string() : it->second;
+    };
+    const std::string dataFile = field("ElementDataFile");
+    const bool compressed = field("CompressedData") == "True" || field("CompressedData") == "true";
+    const std::optional<std::uint64_t> compressedSize = parseCount(field("CompressedDataSize"));
+    // Lists, file patterns and compressed data without a stated size are left to the reader.
+    if (header.end == 0 || dataFile == "LIST" || dataFile.find_first_of("% ") != std::string::npos ||
+        (compressed && !compressedSize))
+        return {};
+    const std::uint64_t needed = compressed ? *compressedSize : dataBytes;
+    std::string error;
+    const std::uint64_t present =
+        bytesPresent(path, dataFile, header.end, parseCount(field("HeaderSize")).value_or(0), error);
+    if (!error.empty())
+        return error;
+    return present < needed ? truncated(needed, present) : std::string();
+}
+
+// ---- NRRD ------------------------------------------------------------------------------------
+
+/// Deflate never compresses by more than 1032:1, so gzip data this much smaller cannot hold the image.
+constexpr std::uint64_t maxDeflateRatio = 1100;
+
+std::string checkNrrd(const fs::path& path, std::uint64_t dataBytes) {
+    const std::string head = readPrefix(path, 1 << 16);
+    std::string encoding, dataFile;
+    std::optional<std::uint64_t> byteSkip;
+    std::size_t pos = head.find('\n');
+    while (pos != std::string::npos) {
+        const std::size_t end = head.find('\n', pos + 1);
+        if (end == std::string::npos)
+            return {};
+        const std::string line = trim(head.substr(pos + 1, end - pos - 1));
+        pos = end;
+        if (line.empty())
+            break; // blank line: attached data follows
+        const std::size_t colon = line.find(':');
+        if (line[0] == '#' || colon == std::string::npos)
+            continue;
+        const std::string key = trim(line.substr(0, colon)), value = trim(line.substr(colon + 1));
+        if (key == "encoding")
+            encoding = value;
+        else if (key == "byte skip" || key == "byteskip")
+            byteSkip = parseCount(value);
+        else if (key == "data file" || key == "datafile")
+            dataFile = value;
+    }
+    if (pos == std::string::npos)
+        return {};
+    const bool gzip = encoding == "gzip" || encoding == "gz";
+    // Lists and file patterns, and encodings other than raw and gzip, are left to the reader.
+    if ((encoding != "raw" && !gzip) || dataFile == "LIST" || dataFile.find_first_of("% ") != std::string::npos)
+        return {};
+    std::string error;
+    const std::uint64_t present = bytesPresent(path, dataFile, pos + 1, byteSkip.value_or(0), error);
+    if (!error.empty())
+        return error;
+    if (gzip && mulSaturated(present, maxDeflateRatio) < dataBytes)
+        return fmt::format("the file is truncated: {} bytes of compressed data cannot hold {} bytes of pixel data",
+                           present, dataBytes);
+    return !gzip && present < dataBytes ? truncated(dataBytes, present) : std::string();
+}
+
+// ---- TIFF -----------------------------------------------------------------------------------
+
+/// Reads a classic TIFF file's directories with every offset checked against the file size.
+class TiffReader {
+public:
+    explicit TiffReader(const fs::path& path) : m_in(path, std::ios::binary), m_size(sizeOf(path)) {}
+
+    /// Empty when every strip and tile of every page lies inside the file and the pages, all alike,
+    /// hold exactly `dataBytes` bytes.
+    std::string check(std::uint64_t dataBytes) {
+        std::string bytes;
+        if (!read(0, 8, bytes))
+            return {};
+        if (bytes.compare(0, 4, "II*\0", 4) == 0)
+            m_swap = !littleEndianHost();
+        else if (bytes.compare(0, 4, "MM\0*", 4) == 0)
+            m_swap = littleEndianHost();
+        else
+            return {}; // not classic TIFF (BigTIFF or not TIFF): left to the reader
+        std::uint64_t directory = valueAt<std::uint32_t>(bytes, 4, m_swap);
+        std::set<std::uint64_t> visited;
+        std::array<std::uint64_t, 5> firstShape{};
+        std::uint64_t pages = 0;
+        for (int page = 0; directory != 0; ++page) {
+            if (!visited.insert(directory).second)
+                return "the file is corrupt: its page directories form a loop";
+            std::string countBytes, entries, next;
+            if (!read(directory, 2, countBytes))
+                return pastEnd(page);
+            const std::uint64_t count = valueAt<std::uint16_t>(countBytes, 0, m_swap);
+            if (!read(directory + 2, 12 * count, entries) || !read(directory + 2 + 12 * count, 4, next))
+                return pastEnd(page);
+            std::vector<std::uint64_t> offsets, lengths;
+            // Width, height, bits per sample, samples per pixel and subfile type, with the format's defaults.
+            std::array<std::uint64_t, 5> shape = {0, 0, 1, 1, 0};
+            for (std::uint64_t i = 0; i < count; ++i) {
+                const std::uint16_t tag = valueAt<std::uint16_t>(entries, 12 * i, m_swap);
+                if (tag == 273 || tag == 324) { // strip or tile offsets
+                    if (!array(entries, 12 * i, offsets))
+                        return pastEnd(page);
+                } else if (tag == 279 || tag == 325) { // strip or tile byte counts
+                    if (!array(entries, 12 * i, lengths))
+                        return pastEnd(page);
+                } else if (tag == 256 || tag == 257 || tag == 258 || tag == 277 || tag == 254) {
+                    std::vector<std::uint64_t> values;
+                    if (!array(entries, 12 * i, values) || values.empty())
+                        return pastEnd(page);
+                    shape[tag == 256 ? 0 : tag == 257 ? 1 : tag == 258 ? 2 : tag == 277 ? 3 : 4] = values[0];
+                }
+            }
+            // The stack reader sizes its output from the first page and writes every page at that
+            // size, so pages that differ would overrun the image.
+            ++pages;
+            if (page == 0)
+                firstShape = shape;
+            else if (shape != firstShape)
+                return fmt::format("the file is not a uniform stack: page {} differs from the first page in size "
+                                   "or pixel format",
+                                   page);
+            if (offsets.size() != lengths.size())
+                return fmt::format("the file is corrupt: page {} has {} data offsets and {} lengths", page,
+                                   offsets.size(), lengths.size());
+            for (std::size_t i = 0; i < offsets.size(); ++i)
+                if (addSaturated(offsets[i], lengths[i]) > m_size)
+                    return pastEnd(page);
+            directory = valueAt<std::uint32_t>(next, 0, m_swap);
+        }
+        const std::uint64_t pageBytes = mulSaturated(mulSaturated(firstShape[0], firstShape[1]),
+                                                     mulSaturated(firstShape[3], (firstShape[2] + 7) / 8));
+        if (mulSaturated(pages, pageBytes) != dataBytes)
+            return fmt::format("the file's {} pages of {} bytes do not match the {} bytes of the image its first page "
+                               "describes (pages of different kinds are not supported)",
+                               pages, pageBytes, dataBytes);
+        return {};
+    }
+
+private:
+    static bool littleEndianHost() {
+        const std::uint16_t one = 1;
+        unsigned char first;
+        std::memcpy(&first, &one, 1);
+        return first == 1;
+    }
+
+    static std::string pastEnd(int page) {
+        return fmt::format("the file is truncated: page {} refers to data past the end of the file", page);
+    }
+
+    /// Reads `length` bytes at `offset`; false when they are not all inside the file.
+    bool read(std::uint64_t offset, std::uint64_t length, std::string& out) {
+        if (addSaturated(offset, length) > m_size)
+            return false;
+        out.resize(length);
+        m_in.clear();
+        m_in.seekg(static_cast<std::streamoff>(offset));
+        return static_cast<bool>(m_in.read(out.data(), static_cast<std::streamsize>(length)));
+    }
+
+    /// The SHORT or LONG values of the directory entry at `entry`, inline or at their offset.
+    bool array(const std::string& entries, std::size_t entry, std::vector<std::uint64_t>& values) {
+        const std::uint16_t type = valueAt<std::uint16_t>(entries, entry + 2, m_swap);
+        const std::uint64_t count = valueAt<std::uint32_t>(entries, entry + 4, m_swap);
+        const std::uint64_t width = type == 3 ? 2 : type == 4 ? 4 : 0;
+        if (width == 0)
+            return false;
+        std::string data;
+        if (count * width <= 4)
+            data = entries.substr(entry + 8, 4);
+        else if (!read(valueAt<std::uint32_t>(entries, entry + 8, m_swap), count * width, data))
+            return false;
+        values.resize(count);
+        for (std::uint64_t i = 0; i < count; ++i)
+            values[i] =
+                width == 2 ? valueAt<std::uint16_t>(data, 2 * i, m_swap) : valueAt<std::uint32_t>(data, 4 * i, m_swap);
+        return true;
+    }
+
+    std::ifstream m_in;
+    std::uint64_t m_size;
+    bool m_swap = false;
+};
+
+} // namespace
+
+std::string ImageFileLayout::checkHeader(const std::string& path) {
+    if (hasExtension(path, ".nii"))
+        return checkNiftiHeader(path, false);
+    if (hasExtension(path, ".nii.gz"))
+        return checkNiftiHeader(path, true);
+    if (hasExtension(path, ".mha") || hasExtension(path, ".mhd"))
+        return checkMetaImageHeader(path);
+    return {};
+}
+
+std::string ImageFileLayout::checkDataSize(const std::string& path, std::uint64_t dataBytes) {
+    if (hasExtension(path, ".nii"))
+        return checkNifti(path);
+    if (hasExtension(path, ".nii.gz"))
+        return checkGzipNifti(path);
+    if (hasExtension(path, ".mha") || hasExtension(path, ".mhd"))
+        return checkMetaImage(path, dataBytes);
+    if (hasExtension(path, ".nrrd") || hasExtension(path, ".nhdr"))
+        return checkNrrd(path, dataBytes);
+    if (hasExtension(path, ".tif") || hasExtension(path, ".tiff"))
+        return TiffReader(path).check(dataBytes);
+    return {};
+}
+
+} // namespace Tarnwick

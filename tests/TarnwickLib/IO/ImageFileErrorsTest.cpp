@@ -1,0 +1,310 @@
+#include <TarnwickLib/IO/ImageFileIO.h>
+
+#include "support/LogCapture.h"
+#include "support/TempDir.h"
+#include "support/TestImages.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+using namespace Tarnwick;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+namespace fs = std::filesystem;
+namespace Support = Tarnwick::Test;
+
+namespace {
+
+void writeFile(const std::string& path, const std::string& content) {
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+SharedImageSet makeSet(PixelType type, const Eigen::Vector3i& dims) {
+    return SharedImageSet(std::make_shared<SharedImage>(Support::randomImage(type, dims)));
+}
+
+/// Entries of a folder, by name.
+std::vector<std::string> listing(const fs::path& dir) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(dir))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/// Loading must fail with a message that names the file, and must not throw.
+std::string loadError(const std::string& path) {
+    ImageFileIO::LoadResult result;
+    EXPECT_NO_THROW(result = ImageFileIO::load(path));
+    EXPECT_FALSE(result) << path;
+    EXPECT_THAT(result.error, HasSubstr(path));
+    return result.error;
+}
+
+/// Writes `content` as a gzip file of one member per part.
+void writeGzipMembers(const std::string& path, const std::vector<std::string>& parts) {
+    bool first = true;
+    for (const std::string& part : parts) {
+        gzFile file = gzopen(path.c_str(), first ? "wb" : "ab");
+        ASSERT_NE(file, nullptr);
+        gzwrite(file, part.data(), static_cast<unsigned>(part.size()));
+        gzclose(file);
+        first = false;
+    }
+}
+
+template <typename T>
+void patch(std::string& bytes, std::size_t offset, T value) {
+    std::memcpy(bytes.data() + offset, &value, sizeof(T));
+}
+
+/// Offset of the value field of `tag` in page `page` of a little-endian classic TIFF.
+std::size_t tiffTagValueOffset(const std::string& bytes, int page, std::uint16_t tag) {
+    auto u32 = [&](std::size_t at) {
+        std::uint32_t v;
+        std::memcpy(&v, bytes.data() + at, 4);
+        return v;
+    };
+    auto u16 = [&](std::size_t at) {
+        std::uint16_t v;
+        std::memcpy(&v, bytes.data() + at, 2);
+        return v;
+    };
+    std::size_t directory = u32(4);
+    for (int i = 0; i < page; ++i)
+        directory = u32(directory + 2 + 12 * u16(directory));
+    for (std::size_t entry = 0; entry < u16(directory); ++entry)
+        if (u16(directory + 2 + 12 * entry) == tag)
+            return directory + 2 + 12 * entry + 8;
+    return 0;
+}
+
+const char* nrrdHeader = "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 4 3 2\nendian: little\nencoding: raw\n\n";
+
+} // namespace
+
+TEST(ImageFileErrors, MissingFilesFoldersAndUnknownExtensions) {
+    Support::TempDir dir;
+    EXPECT_EQ(loadError(dir.file("absent.nii")),
+              "Cannot read '" + dir.file("absent.nii") + "': the file does not exist");
+    fs::create_directory(dir.file("folder.nrrd"));
+    EXPECT_THAT(loadError(dir.file("folder.nrrd")), HasSubstr("not a regular file"));
+    for (const char* name : {"picture.png", "notes.txt", "noextension", "archive.gz", ".nii"}) {
+        writeFile(dir.file(name), "data");
+        EXPECT_THAT(loadError(dir.file(name)), StartsWith("Unsupported image file extension"));
+    }
+    EXPECT_TRUE(ImageFileIO::isSupported("/a/B.NII.GZ"));
+    EXPECT_TRUE(ImageFileIO::isSupported("scan.MHD"));
+    EXPECT_FALSE(ImageFileIO::isSupported("scan.gz"));
+}
+
+TEST(ImageFileErrors, GarbageInEveryFormatIsRejected) {
+    Support::TempDir dir;
+    const std::string garbage(3000, '\x5a');
+    for (const char* name : {"bad.nii", "bad.nii.gz", "bad.nrrd", "bad.nhdr", "bad.mha", "bad.mhd", "bad.tif"}) {
+        writeFile(dir.file(name), garbage);
+        loadError(dir.file(name));
+        writeFile(dir.file(name), "");
+        loadError(dir.file(name));
+    }
+}
+
+TEST(ImageFileErrors, TruncatedFilesAreRejected) {
+    Support::TempDir dir;
+    const SharedImageSet set = makeSet(PixelType::Float, {16, 16, 8});
+    for (const char* name : {"cut.nii", "cut.nii.gz", "cut.nrrd", "cut.mha", "cut.tif"}) {
+        const std::string path = dir.file(name);
+        ASSERT_TRUE(ImageFileIO::save(set, path).ok());
+        const std::string full = readFile(path);
+        // Cut inside the header, in the middle, and inside the last pixel data (TIFF ends with metadata,
+        // so its cut is placed earlier).
+        const std::size_t late = std::string(name) == "cut.tif" ? full.size() * 9 / 10 : full.size() - 5;
+        for (std::size_t keep : {std::size_t(200), full.size() / 2, late}) {
+            writeFile(path, full.substr(0, keep));
+            loadError(path);
+        }
+    }
+    // Detached data files that are short or missing.
+    ASSERT_TRUE(ImageFileIO::save(set, dir.file("cut.mhd")).ok());
+    ASSERT_TRUE(ImageFileIO::save(set, dir.file("cut.nhdr")).ok());
+    writeFile(dir.file("cut.raw"), "short");
+    loadError(dir.file("cut.mhd"));
+    fs::remove(dir.file("cut.raw"));
+    loadError(dir.file("cut.nhdr"));
+}
+
+TEST(ImageFileErrors, CorruptHeadersGiveClearMessages) {
+    Support::TempDir dir;
+    const std::string data(24, '\x01');
+    auto nrrd = [&](const std::string& name, const std::string& header) {
+        writeFile(dir.file(name), header + data);
+        return loadError(dir.file(name));
+    };
+    EXPECT_THAT(
+        nrrd("long.nrrd", "NRRD0004\ntype: int64\ndimension: 3\nsizes: 1 3 1\nendian: little\nencoding: raw\n\n"),
+        StartsWith("Unsupported pixel type 'long_long' in '"));
+    EXPECT_THAT(
+        nrrd("4d.nrrd", "NRRD0004\ntype: uint8\ndimension: 4\nsizes: 2 2 2 3\nendian: little\nencoding: raw\n\n"),
+        HasSubstr("4 dimensions"));
+    EXPECT_THAT(
+        nrrd("zero.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 4 0 2\nendian: little\nencoding: raw\n\n"),
+        StartsWith("Cannot read"));
+    nrrd("nan.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nspace: left-posterior-superior\nsizes: 4 3 2\n"
+                     "space directions: (nan,0,0) (0,1,0) (0,0,1)\nendian: little\nencoding: raw\n\n");
+    nrrd("flat.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nspace: left-posterior-superior\nsizes: 4 3 2\n"
+                      "space directions: (1,0,0) (2,0,0) (0,0,1)\nendian: little\nencoding: raw\n\n");
+    writeFile(dir.file("dims.mha"), "ObjectType = Image\nNDims = 3\nDimSize = 4 -3 2\nElementType = MET_UCHAR\n"
+                                    "ElementDataFile = LOCAL\n" +
+                                        data);
+    loadError(dir.file("dims.mha"));
+
+    // A well-formed header works, so the failures above come from the corruption alone.
+    writeFile(dir.file("good.nrrd"), nrrdHeader + data);
+    auto good = ImageFileIO::load(dir.file("good.nrrd"));
+    ASSERT_TRUE(good) << good.error;
+    EXPECT_EQ(good.images->mem()->maxValue(), 1.0);
+    // A 4-D file with a single frame is a 3-D image.
+    writeFile(dir.file("oneframe.nrrd"),
+              std::string("NRRD0004\ntype: uint8\ndimension: 4\nsizes: 4 3 2 1\nendian: little\nencoding: raw\n\n") +
+                  data);
+    auto oneFrame = ImageFileIO::load(dir.file("oneframe.nrrd"));
+    ASSERT_TRUE(oneFrame) << oneFrame.error;
+    EXPECT_EQ(oneFrame.images->mem()->dimensions(), Eigen::Vector3i(4, 3, 2));
+}
+
+TEST(ImageFileErrors, HugeDimensionsFailWithoutExhaustingMemory) {
+    Support::TempDir dir;
+    // Far more than any machine's memory: refused from the header alone.
+    writeFile(dir.file("huge.nrrd"), "NRRD0004\ntype: double\ndimension: 3\nsizes: 200000 200000 200000\n"
+                                     "endian: little\nencoding: raw\n\n12345678");
+    EXPECT_THAT(loadError(dir.file("huge.nrrd")), HasSubstr("more than this machine's memory"));
+    // Large but plausible (2 GB): the short data fails the read, and the untouched memory is returned.
+    writeFile(dir.file("large.nrrd"), "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 2000 1000 1000\n"
+                                      "endian: little\nencoding: gzip\n\n12345678");
+    loadError(dir.file("large.nrrd"));
+    writeFile(dir.file("large.mha"), "ObjectType = Image\nNDims = 3\nDimSize = 2000 1000 1000\n"
+                                     "ElementType = MET_UCHAR\nElementDataFile = LOCAL\n12345678");
+    loadError(dir.file("large.mha"));
+}
+
+TEST(ImageFileErrors, InvalidSaveRequestsAreRefused) {
+    Support::TempDir dir;
+    SharedImageSet empty;
+    EXPECT_THAT(ImageFileIO::save(empty, dir.file("empty.nii")).error, HasSubstr("the set has 0"));
+    SharedImageSet two = makeSet(PixelType::UInt8, {2, 2, 2});
+    two.add(std::shared_ptr<MemImage>(Support::randomImage(PixelType::UInt8, {2, 2, 2})));
+    EXPECT_THAT(ImageFileIO::save(two, dir.file("two.nii")).error, HasSubstr("the set has 2"));
+
+    SharedImageSet set = makeSet(PixelType::UInt8, {2, 2, 2});
+    EXPECT_THAT(ImageFileIO::save(set, dir.file("image.png")).error, StartsWith("Unsupported image file extension"));
+    Eigen::Matrix4d singular = Eigen::Matrix4d::Identity();
+    singular.col(1) = singular.col(0);
+    set.setMatrixToWorld(singular);
+    EXPECT_THAT(ImageFileIO::save(set, dir.file("singular.nii")).error, HasSubstr("not an invertible affine"));
+    Eigen::Matrix4d projective = Eigen::Matrix4d::Identity();
+    projective(3, 0) = 0.5;
+    set.setMatrixToWorld(projective);
+    EXPECT_THAT(ImageFileIO::save(set, dir.file("projective.nii")).error, HasSubstr("not an invertible affine"));
+    set.setMatrixToWorld(Eigen::Matrix4d::Identity());
+
+    EXPECT_THAT(ImageFileIO::save(set, dir.file("missing/folder/image.nii")).error,
+                HasSubstr("cannot create a temporary folder"));
+    EXPECT_THAT(ImageFileIO::save(makeSet(PixelType::Double, {2, 2, 2}), dir.file("image.tif")).error,
+                HasSubstr("TIFF files hold int8, uint8, int16, uint16 or float values, not double"));
+    EXPECT_EQ(listing(dir.path()), std::vector<std::string>{});
+}
+
+TEST(ImageFileErrors, FailedSaveKeepsThePreviousFile) {
+    Support::TempDir dir;
+    const std::string path = dir.file("keep.nii");
+    ASSERT_TRUE(ImageFileIO::save(makeSet(PixelType::Int16, {5, 4, 3}), path).ok());
+    const std::string before = readFile(path);
+    // NIfTI-1 cannot hold a dimension above 32767: the writer fails after it started.
+    const auto result = ImageFileIO::save(makeSet(PixelType::UInt8, {40000, 1, 1}), path);
+    EXPECT_FALSE(result.ok());
+    EXPECT_THAT(result.error, HasSubstr("32767"));
+    EXPECT_EQ(readFile(path), before);
+    EXPECT_EQ(listing(dir.path()), std::vector<std::string>{"keep.nii"});
+}
+
+TEST(ImageFileErrors, TiffWarnsThatItDropsThePlacement) {
+    Support::TempDir dir;
+    Support::LogCapture log;
+    SharedImageSet set = makeSet(PixelType::UInt8, {3, 3, 2});
+    ASSERT_TRUE(ImageFileIO::save(set, dir.file("plain.tif")).ok());
+    EXPECT_TRUE(log.warnings().empty());
+    set.setMatrixToWorld(Support::obliquePlacement());
+    ASSERT_TRUE(ImageFileIO::save(set, dir.file("placed.tif")).ok());
+    EXPECT_TRUE(
+        log.contains("TIFF files store no origin or direction; '" + dir.file("placed.tif") + "' keeps only the spacing",
+                     Log::Warning));
+    auto loaded = ImageFileIO::load(dir.file("placed.tif"));
+    ASSERT_TRUE(loaded) << loaded.error;
+    EXPECT_EQ(loaded.images->matrixToWorld(), Eigen::Matrix4d::Identity());
+}
+
+TEST(ImageFileErrors, CompressedSavesAreSmallerAndReadBack) {
+    Support::TempDir dir;
+    SharedImageSet zeros(std::make_shared<SharedImage>(TypedImage<float>::zeros({32, 32, 32})));
+    for (const char* name : {"zeros.nrrd", "zeros.mha"}) {
+        ImageFileIO::SaveOptions options;
+        options.compress = true;
+        ASSERT_TRUE(ImageFileIO::save(zeros, dir.file(name), options).ok());
+        EXPECT_LT(fs::file_size(dir.file(name)), 32u * 32 * 32 * 4 / 10) << name;
+        auto loaded = ImageFileIO::load(dir.file(name));
+        ASSERT_TRUE(loaded) << loaded.error;
+        EXPECT_TRUE(Support::sameValues(*zeros.mem(), *loaded.images->mem()));
+    }
+}
+
+TEST(ImageFileErrors, HeadersThatWouldBreakTheReadersAreRefused) {
+    Support::TempDir dir;
+    const SharedImageSet set = makeSet(PixelType::Int16, {5, 4, 3});
+    // A NaN in the NIfTI affine rows (plain and compressed).
+    ASSERT_TRUE(ImageFileIO::save(set, dir.file("nan.nii")).ok());
+    std::string nifti = readFile(dir.file("nan.nii"));
+    patch(nifti, 284, std::numeric_limits<float>::quiet_NaN());
+    writeFile(dir.file("nan.nii"), nifti);
+    EXPECT_THAT(loadError(dir.file("nan.nii")), HasSubstr("not a finite number"));
+    writeGzipMembers(dir.file("nan.nii.gz"), {nifti});
+    EXPECT_THAT(loadError(dir.file("nan.nii.gz")), HasSubstr("not a finite number"));
+    // A negative dimension count in a MetaImage header.
+    writeFile(dir.file("rank.mha"), "ObjectType = Image\nNDims = -3\nDimSize = 4 3 2\nElementType = MET_UCHAR\n"
+                                    "ElementDataFile = LOCAL\n" +
+                                        std::string(24, '\0'));
+    EXPECT_THAT(loadError(dir.file("rank.mha")), HasSubstr("NDims = -3"));
+    // A TIFF stack whose second page is wider than the first.
+    ASSERT_TRUE(ImageFileIO::save(makeSet(PixelType::UInt8, {6, 5, 3}), dir.file("pages.tif")).ok());
+    std::string tiff = readFile(dir.file("pages.tif"));
+    const std::size_t width = tiffTagValueOffset(tiff, 1, 256);
+    ASSERT_NE(width, 0u);
+    patch(tiff, width, std::uint16_t(600));
+    writeFile(dir.file("pages.tif"), tiff);
+    EXPECT_THAT(loadError(dir.file("pages.tif")), HasSubstr("page 1 differs from the first page"));
+}
+
+TEST(ImageFileErrors, GzipNiftiInSeveralMembersLoadsAndItsTruncationIsFound) {
+    Support::TempDir dir;
+    const SharedImageSet set = makeSet(PixelType::Float, {9, 8, 7});
+    ASSERT_TRUE(ImageFileIO::save(set, dir.file("plain.nii")).ok());
+    const std::string bytes = readFile(dir.file("plain.nii"));
+    writeGzipMembers(dir.file("members.nii.gz"), {bytes.substr(0, 1000), bytes.substr(1000)});
+    auto loaded = ImageFileIO::load(dir.file("members.nii.gz"));
+    ASSERT_TRUE(loaded) << loaded.error;
+    EXPECT_TRUE(Support::sameValues(*set.mem(), *loaded.images->mem()));
+
+    const std::string compressed = readFile(dir.file("members.nii.gz"));
+    writeFile(dir.file("members.nii.gz"), compressed.substr(0, compressed.size() - 30));
+    EXPECT_THAT(loadError(dir.file("members.nii.gz")), HasSubstr("truncated"));
+}
