@@ -1,29 +1,21 @@
 #pragma once
 
-#include <TarnwickLib/Image/SharedImage.h>
+#include "support/TubeImages.h"
 
-#include <Eigen/Core>
+#include <Eigen/Geometry>
 
-#include <cmath>
 #include <memory>
 
 namespace Tarnwick::Test {
 
-/// A tube of radius 1 mm around the image's x axis (through the volume centre), as `T` values `inside`
-/// on a 60 x 40 x 20 grid of spacing (0.1, 0.1, 0.3) mm placed by `placement`.
-template <typename T>
-std::shared_ptr<SharedImage> tubeMask(T inside, const Eigen::Matrix4d& placement) {
-    const Eigen::Vector3i dims(60, 40, 20);
-    const Eigen::Vector3d spacing(0.1, 0.1, 0.3);
-    auto values = TypedImage<T>::create(ImageDescriptor(pixelTypeOf<T>(), dims, 1, spacing));
-    for (int z = 0; z < dims.z(); ++z)
-        for (int y = 0; y < dims.y(); ++y)
-            for (int x = 5; x < dims.x() - 5; ++x) {
-                const double dy = (y - (dims.y() - 1) / 2.0) * spacing.y();
-                const double dz = (z - (dims.z() - 1) / 2.0) * spacing.z();
-                values->setValue(x, y, z, std::hypot(dy, dz) <= 1.0 ? inside : T(0));
-            }
-    return std::make_shared<SharedImage>(std::shared_ptr<MemImage>(std::move(values)), placement);
+/// The small vessel of the smoothing, resampling and spanning-tree tests: a tube of radius 1 mm around
+/// the image x axis from x = -2.45 to 2.45 mm, on a 60 x 40 x 20 grid of spacing (0.1, 0.1, 0.3) mm placed
+/// by `placement`, as a label image of pixel type `type` (1 inside, 0 outside; all 0 without the tube).
+inline std::shared_ptr<SharedImage> tubeMask(PixelType type, const Eigen::Matrix4d& placement, bool withTube = true) {
+    const ImageDescriptorWorld frame(ImageDescriptor(type, {60, 40, 20}, 1, {0.1, 0.1, 0.3}), placement);
+    const Eigen::Vector3d a = (placement * Eigen::Vector4d(-2.45, 0, 0, 1)).head<3>();
+    const Eigen::Vector3d b = (placement * Eigen::Vector4d(2.45, 0, 0, 1)).head<3>();
+    return tubeLabelImage(withTube ? std::vector<TubeSegment>{{a, b, 1.0}} : std::vector<TubeSegment>{}, frame);
 }
 
 } // namespace Tarnwick::Test

@@ -100,7 +100,7 @@ std::pair<double, double> axisCoordinates(const Eigen::Vector3d& world, const Ei
 
 TEST(CenterlineResampling, ResampledMaskCoversTheTubeOnTheCoarserGrid) {
     const Eigen::Matrix4d placement = Tarnwick::Test::obliquePlacement();
-    const auto labels = Tarnwick::Test::tubeMask<unsigned char>(3, placement);
+    const auto labels = Tarnwick::Test::tubeMask(PixelType::UInt8, placement);
     const auto resampled = CenterlineResampling::resampleLabelMap(*labels);
     ASSERT_TRUE(resampled);
     const SharedImage& mask = *resampled->get(0);
@@ -127,14 +127,15 @@ TEST(CenterlineResampling, ResampledMaskCoversTheTubeOnTheCoarserGrid) {
     EXPECT_GT(foreground, 0);
 
     // A float image thresholded at 0.5 gives the same mask.
-    const auto fromFloat = CenterlineResampling::resampleLabelMap(*Tarnwick::Test::tubeMask<float>(0.75f, placement));
+    const auto fromFloat =
+        CenterlineResampling::resampleLabelMap(*Tarnwick::Test::tubeMask(PixelType::Float, placement));
     ASSERT_TRUE(fromFloat);
     EXPECT_TRUE(Tarnwick::Test::sameValues(*fromFloat->get(0)->mem(), *mask.mem()));
 }
 
 TEST(CenterlineResampling, ImagesWithoutForegroundAreRefused) {
     Tarnwick::Test::LogCapture log;
-    const auto empty = Tarnwick::Test::tubeMask<float>(0.25f, Eigen::Matrix4d::Identity()); // below the threshold
+    const auto empty = Tarnwick::Test::tubeMask(PixelType::Float, Eigen::Matrix4d::Identity(), false);
     EXPECT_FALSE(CenterlineResampling::resampleLabelMap(*empty));
     EXPECT_TRUE(log.contains("The label image has no foreground.", Log::Error));
 

@@ -57,22 +57,12 @@ Eigen::MatrixX3d denseHeatKernel(const Graph& graph, double sigma, bool preserve
     return system.partialPivLu().solve(x);
 }
 
-/// A float image of the inside distance (mm) to a tube of radius `radius` around the x axis, spacing
-/// 0.5, centred on the origin: D = max(0, radius - distance to the axis).
-std::unique_ptr<SharedImage> tubeDistance(double radius) {
-    const Eigen::Vector3i dims(61, 25, 25);
-    auto values = TypedImage<float>::create(ImageDescriptor(PixelType::Float, dims, 1, Eigen::Vector3d::Constant(0.5)));
-    for (int z = 0; z < dims.z(); ++z)
-        for (int y = 0; y < dims.y(); ++y)
-            for (int x = 0; x < dims.x(); ++x) {
-                const double dy = (y - 12) * 0.5, dz = (z - 12) * 0.5;
-                values->setValue(x, y, z, static_cast<float>(std::max(0.0, radius - std::hypot(dy, dz))));
-            }
-    return std::make_unique<SharedImage>(std::shared_ptr<MemImage>(std::move(values)));
-}
-
-std::vector<unsigned long> leavesOf(const Graph& graph) {
-    return GraphUtils::findLeafNodes(graph);
+/// A float image of the inside distance (mm) to a tube of radius `radius` around the x axis from -15 to
+/// 15 mm, spacing 0.5, centred on the origin.
+std::shared_ptr<SharedImage> tubeDistance(double radius) {
+    const ImageDescriptorWorld frame(ImageDescriptor(PixelType::Float, {61, 25, 25}, 1, Eigen::Vector3d::Constant(0.5)),
+                                     Eigen::Matrix4d::Identity());
+    return Tarnwick::Test::tubeDistanceImage({{{-15, 0, 0}, {15, 0, 0}, radius}}, frame);
 }
 
 void runMode(Graph& graph, GraphSmoothingAlgorithm::Mode mode, double strength, bool preserve, int times = 1) {
@@ -161,7 +151,7 @@ TEST(GraphSmoothing, PreservedLeavesNeverMove) {
              {GraphSmoothingAlgorithm::NeighborhoodWeightedAverage, GraphSmoothingAlgorithm::LaplacianHeatKernel}) {
             auto graph = Tarnwick::Test::makeRandomGraph(40, 45, seed);
             const auto before = positionsById(*graph);
-            const auto leaves = leavesOf(*graph);
+            const auto leaves = GraphUtils::findLeafNodes(*graph);
             ASSERT_FALSE(leaves.empty());
             runMode(*graph, mode, 3.0, true, 3);
             const auto after = positionsById(*graph);
@@ -329,7 +319,7 @@ TEST(BogackiShampine, AdaptiveIntegrationEndsExactlyAtTheEndTime) {
 }
 
 TEST(GraphSmoothing, CurveShorteningInsideALabelImage) {
-    SharedImageSet labels(Tarnwick::Test::tubeMask<unsigned char>(1, Eigen::Matrix4d::Identity()));
+    SharedImageSet labels(Tarnwick::Test::tubeMask(PixelType::UInt8, Eigen::Matrix4d::Identity()));
     auto points = Tarnwick::Test::noisyLine(21, 0.2, 0.35, 8);
     for (auto& p : points)
         p.x() -= 2.0; // x from -2 to 2 mm, inside the 1 mm tube around the x axis
@@ -347,7 +337,7 @@ TEST(GraphSmoothing, CurveShorteningInsideALabelImage) {
     EXPECT_EQ(after.back(), points.back());
 
     LogCapture log;
-    SharedImageSet empty(Tarnwick::Test::tubeMask<unsigned char>(0, Eigen::Matrix4d::Identity()));
+    SharedImageSet empty(Tarnwick::Test::tubeMask(PixelType::UInt8, Eigen::Matrix4d::Identity(), false));
     GraphSmoothingAlgorithm noForeground(*graph, &empty);
     noForeground.compute();
     EXPECT_EQ(noForeground.status(), Algorithm::Error);

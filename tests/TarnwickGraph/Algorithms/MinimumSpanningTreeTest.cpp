@@ -312,7 +312,7 @@ TEST(MinimumSpanningTree, DiametersComeFromTheLabelMapWhenMissing) {
     // A triangle inside the 1 mm tube around the x axis, without diameters.
     auto graph = Tarnwick::Test::makeChain({{-1.5, 0, 0}, {0, 0.2, 0}, {1.5, 0, 0}});
     graph->addEdge(1, 3, Graph::EdgeInfo{});
-    SharedImageSet labels(Tarnwick::Test::tubeMask<unsigned char>(1, Eigen::Matrix4d::Identity()));
+    SharedImageSet labels(Tarnwick::Test::tubeMask(PixelType::UInt8, Eigen::Matrix4d::Identity()));
     MinimumSpanningTreeAlgorithm algorithm(*graph, &labels);
     algorithm.weightMode = MinimumSpanningTreeAlgorithm::Diameter;
     algorithm.compute();
