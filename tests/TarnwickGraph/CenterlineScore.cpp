@@ -1,0 +1,297 @@
+// Brute-force comparison of two centerline graphs: both are sampled every quarter voxel along their
+// edges and every sample is measured against every edge of the other graph.
+#include "CenterlineScore.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <queue>
+
+namespace Tarnwick::Test {
+
+namespace {
+
+struct Lines {
+    std::vector<Eigen::Vector3d> points;
+    std::vector<std::pair<int, int>> edges;
+    std::vector<double> diameters; ///< per edge; empty when unknown
+    std::vector<std::vector<int>> neighbours;
+
+    void link() {
+        neighbours.assign(points.size(), {});
+        for (const auto& [a, b] : edges)
+            if (a != b) {
+                neighbours[a].push_back(b);
+                neighbours[b].push_back(a);
+            }
+    }
+};
+
+Lines fromGraph(const Graph& graph) {
+    Lines lines;
+    const Eigen::Matrix4d toWorld = graph.matrixToWorld();
+    std::map<unsigned long, int> index;
+    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo& node) {
+        index.emplace(id, static_cast<int>(lines.points.size()));
+        lines.points.push_back(toWorld.topLeftCorner<3, 3>() * node.position + toWorld.topRightCorner<3, 1>());
+    });
+    const auto diameter = graph.getEdgeFeatureIdx("diameter");
+    graph.forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long from, unsigned long to) {
+        lines.edges.emplace_back(index.at(from), index.at(to));
+        if (diameter)
+            lines.diameters.push_back(edge.features[*diameter]);
+    });
+    lines.link();
+    return lines;
+}
+
+double distanceToSegment(const Eigen::Vector3d& p, const Eigen::Vector3d& a, const Eigen::Vector3d& b) {
+    const Eigen::Vector3d ab = b - a;
+    const double lengthSquared = ab.squaredNorm();
+    const double t = lengthSquared > 0.0 ? std::clamp((p - a).dot(ab) / lengthSquared, 0.0, 1.0) : 0.0;
+    return (a + t * ab - p).norm();
+}
+
+/// Distance from p to the nearest edge of `lines`, and that edge's index.
+std::pair<double, int> nearestEdge(const Eigen::Vector3d& p, const Lines& lines) {
+    std::pair<double, int> best{std::numeric_limits<double>::infinity(), -1};
+    for (std::size_t e = 0; e < lines.edges.size(); ++e) {
+        const double d = distanceToSegment(p, lines.points[lines.edges[e].first], lines.points[lines.edges[e].second]);
+        if (d < best.first)
+            best = {d, static_cast<int>(e)};
+    }
+    return best;
+}
+
+/// Samples every edge of `lines` at most `step` apart: (position, weight = represented length, edge).
+std::vector<std::tuple<Eigen::Vector3d, double, int>> sample(const Lines& lines, double step) {
+    std::vector<std::tuple<Eigen::Vector3d, double, int>> samples;
+    for (std::size_t e = 0; e < lines.edges.size(); ++e) {
+        const Eigen::Vector3d a = lines.points[lines.edges[e].first], b = lines.points[lines.edges[e].second];
+        const double length = (b - a).norm();
+        const int pieces = std::max(1, static_cast<int>(std::ceil(length / step)));
+        for (int i = 0; i < pieces; ++i)
+            samples.emplace_back(a + (b - a) * ((i + 0.5) / pieces), length / pieces, static_cast<int>(e));
+    }
+    return samples;
+}
+
+/// Radius of the thickest edge at point i of the truth.
+double radiusAt(const Lines& truth, int point) {
+    double radius = 0.0;
+    for (std::size_t e = 0; e < truth.edges.size(); ++e)
+        if (truth.edges[e].first == point || truth.edges[e].second == point)
+            radius = std::max(radius, truth.diameters[e] / 2.0);
+    return radius;
+}
+
+std::vector<int> nodesOfDegree(const Lines& lines, bool branching) {
+    std::vector<int> nodes;
+    for (std::size_t i = 0; i < lines.points.size(); ++i)
+        if (branching ? lines.neighbours[i].size() >= 3 : lines.neighbours[i].size() == 1)
+            nodes.push_back(static_cast<int>(i));
+    return nodes;
+}
+
+/// Centroids of the given nodes after merging those connected within `reach` of each other.
+std::vector<Eigen::Vector3d> cluster(const Lines& lines, const std::vector<int>& nodes, double reach) {
+    std::vector<int> group(nodes.size(), -1);
+    std::vector<Eigen::Vector3d> centres;
+    std::vector<int> counts;
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (group[i] >= 0)
+            continue;
+        group[i] = static_cast<int>(centres.size());
+        centres.push_back(Eigen::Vector3d::Zero());
+        counts.push_back(0);
+        std::queue<std::size_t> queue;
+        queue.push(i);
+        while (!queue.empty()) {
+            const std::size_t current = queue.front();
+            queue.pop();
+            centres.back() += lines.points[nodes[current]];
+            ++counts.back();
+            for (std::size_t j = 0; j < nodes.size(); ++j)
+                if (group[j] < 0 && (lines.points[nodes[j]] - lines.points[nodes[current]]).norm() <= reach) {
+                    group[j] = group[i];
+                    queue.push(j);
+                }
+        }
+    }
+    for (std::size_t c = 0; c < centres.size(); ++c)
+        centres[c] /= counts[c];
+    return centres;
+}
+
+/// Greedy one-to-one matching by distance within each true point's tolerance; returns the matched count
+/// and marks the matched found points.
+int match(const std::vector<Eigen::Vector3d>& truePoints, const std::vector<double>& tolerances,
+          const std::vector<Eigen::Vector3d>& found, std::vector<bool>& foundMatched) {
+    std::vector<std::tuple<double, int, int>> pairs;
+    for (std::size_t t = 0; t < truePoints.size(); ++t)
+        for (std::size_t f = 0; f < found.size(); ++f) {
+            const double d = (truePoints[t] - found[f]).norm();
+            if (d <= tolerances[t])
+                pairs.emplace_back(d, static_cast<int>(t), static_cast<int>(f));
+        }
+    std::sort(pairs.begin(), pairs.end());
+    std::vector<bool> trueMatched(truePoints.size(), false);
+    foundMatched.assign(found.size(), false);
+    int matched = 0;
+    for (const auto& [d, t, f] : pairs)
+        if (!trueMatched[t] && !foundMatched[f]) {
+            trueMatched[t] = foundMatched[f] = true;
+            ++matched;
+        }
+    return matched;
+}
+
+/// Independent cycles whose length exceeds `minEdges`: for each edge outside a breadth-first spanning
+/// forest, the cycle it closes is measured through the forest.
+int longCycles(const Lines& lines, int minEdges) {
+    const std::size_t n = lines.points.size();
+    std::vector<int> parent(n, -2), depth(n, 0);
+    for (std::size_t root = 0; root < n; ++root) {
+        if (parent[root] != -2)
+            continue;
+        parent[root] = -1;
+        std::queue<int> queue;
+        queue.push(static_cast<int>(root));
+        while (!queue.empty()) {
+            const int current = queue.front();
+            queue.pop();
+            for (int next : lines.neighbours[current])
+                if (parent[next] == -2) {
+                    parent[next] = current;
+                    depth[next] = depth[current] + 1;
+                    queue.push(next);
+                }
+        }
+    }
+    int cycles = 0;
+    for (const auto& [a, b] : lines.edges) {
+        if (a == b || parent[a] == b || parent[b] == a)
+            continue;
+        int u = a, v = b, length = 1;
+        while (u != v) {
+            if (depth[u] >= depth[v])
+                u = parent[u];
+            else
+                v = parent[v];
+            ++length;
+        }
+        cycles += length > minEdges;
+    }
+    return cycles;
+}
+
+double f1(int matched, int truths, int found) {
+    return truths + found == 0 ? 1.0 : 2.0 * matched / (truths + found);
+}
+
+} // namespace
+
+std::string CenterlineScore::describe() const {
+    return fmt::format("precision {:.3f}, recall {:.3f}, mean {:.3f} mm, p95 {:.3f} mm, branch points {}/{} (F1 "
+                       "{:.3f}), endpoints {} (F1 {:.3f}, {} spurious), cycles {}/{}, median diameter error {:.3f}",
+                       precision, recall, meanDistance, p95Distance, foundBranchPoints, trueBranchPoints, branchF1,
+                       trueEndpoints, endpointF1, spuriousTerminalBranches, extractedCycles, trueCycles,
+                       medianDiameterError);
+}
+
+CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& truthLines, double voxelSize) {
+    Lines truth{truthLines.points, truthLines.edges, truthLines.diameters, {}};
+    truth.link();
+    const Lines found = fromGraph(extracted);
+    const double step = voxelSize / 4.0;
+    auto tolerance = [&](double radius) { return std::max(voxelSize, radius / 2.0); };
+    CenterlineScore score;
+
+    double inside = 0.0, total = 0.0, weighted = 0.0;
+    std::vector<std::pair<double, double>> distances;
+    for (const auto& [p, weight, edge] : sample(found, step)) {
+        const auto [d, e] = nearestEdge(p, truth);
+        total += weight;
+        weighted += weight * d;
+        distances.emplace_back(d, weight);
+        if (e >= 0 && d <= tolerance(truth.diameters[e] / 2.0))
+            inside += weight;
+    }
+    score.precision = total > 0.0 ? inside / total : 0.0;
+    score.meanDistance = total > 0.0 ? weighted / total : 0.0;
+    std::sort(distances.begin(), distances.end());
+    double cumulative = 0.0;
+    for (const auto& [d, weight] : distances) {
+        cumulative += weight;
+        score.p95Distance = d;
+        if (cumulative >= 0.95 * total)
+            break;
+    }
+
+    inside = total = 0.0;
+    for (const auto& [p, weight, edge] : sample(truth, step)) {
+        total += weight;
+        if (nearestEdge(p, found).first <= tolerance(truth.diameters[edge] / 2.0))
+            inside += weight;
+    }
+    score.recall = total > 0.0 ? inside / total : 0.0;
+
+    const std::vector<int> trueBranches = nodesOfDegree(truth, true), trueEnds = nodesOfDegree(truth, false);
+    std::vector<Eigen::Vector3d> branchPoints, endPoints;
+    std::vector<double> branchTolerance, endTolerance;
+    for (int i : trueBranches) {
+        branchPoints.push_back(truth.points[i]);
+        branchTolerance.push_back(std::max(2.0 * voxelSize, 1.5 * radiusAt(truth, i)));
+    }
+    for (int i : trueEnds) {
+        endPoints.push_back(truth.points[i]);
+        endTolerance.push_back(std::max(2.0 * voxelSize, 1.5 * radiusAt(truth, i) + voxelSize));
+    }
+    const std::vector<Eigen::Vector3d> foundBranches = cluster(found, nodesOfDegree(found, true), 2.0 * voxelSize);
+    const std::vector<Eigen::Vector3d> foundEnds = cluster(found, nodesOfDegree(found, false), 0.0);
+    std::vector<bool> matchedFound;
+    const int branchMatches = match(branchPoints, branchTolerance, foundBranches, matchedFound);
+    score.trueBranchPoints = static_cast<int>(branchPoints.size());
+    score.foundBranchPoints = static_cast<int>(foundBranches.size());
+    score.branchF1 = f1(branchMatches, score.trueBranchPoints, score.foundBranchPoints);
+    const int endMatches = match(endPoints, endTolerance, foundEnds, matchedFound);
+    score.trueEndpoints = static_cast<int>(endPoints.size());
+    score.endpointF1 = f1(endMatches, score.trueEndpoints, static_cast<int>(foundEnds.size()));
+    score.spuriousTerminalBranches = static_cast<int>(std::count(matchedFound.begin(), matchedFound.end(), false));
+
+    score.trueCycles = longCycles(truth, 6);
+    score.extractedCycles = longCycles(found, 6);
+
+    if (!found.diameters.empty()) {
+        std::vector<double> errors;
+        for (std::size_t e = 0; e < found.edges.size(); ++e) {
+            const Eigen::Vector3d middle =
+                (found.points[found.edges[e].first] + found.points[found.edges[e].second]) / 2.0;
+            const auto [d, t] = nearestEdge(middle, truth);
+            if (t < 0)
+                continue;
+            const double trueDiameter = truth.diameters[t];
+            if (trueDiameter < 4.0 * voxelSize)
+                continue;
+            // Diameters are ill-defined near junctions and vessel ends.
+            const double keepOut = trueDiameter + voxelSize;
+            const auto near = [&](const std::vector<Eigen::Vector3d>& points) {
+                return std::any_of(points.begin(), points.end(),
+                                   [&](const Eigen::Vector3d& p) { return (p - middle).norm() < keepOut; });
+            };
+            if (near(branchPoints) || near(endPoints))
+                continue;
+            errors.push_back(std::abs(found.diameters[e] - trueDiameter) / trueDiameter);
+        }
+        if (!errors.empty()) {
+            std::nth_element(errors.begin(), errors.begin() + errors.size() / 2, errors.end());
+            score.medianDiameterError = errors[errors.size() / 2];
+        }
+    }
+    return score;
+}
+
+} // namespace Tarnwick::Test

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <TarnwickGraph/Graph/Graph.h>
+
+#include <Eigen/Core>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tarnwick::Test {
+
+/// True centerlines in world millimetres: points, edges as index pairs, and each edge's vessel diameter.
+struct TrueCenterlines {
+    std::vector<Eigen::Vector3d> points;
+    std::vector<std::pair<int, int>> edges;
+    std::vector<double> diameters;
+};
+
+/// How well an extracted centerline graph matches the truth. Distances are world millimetres; the
+/// tolerance at a place is max(voxel size, half the local true radius).
+struct CenterlineScore {
+    double precision = 0.0;    ///< share of the extracted centerline length within tolerance of the truth
+    double recall = 0.0;       ///< share of the true centerline length within tolerance of the extraction
+    double meanDistance = 0.0; ///< extracted -> truth, over the extracted length
+    double p95Distance = 0.0;
+    int trueBranchPoints = 0;
+    int foundBranchPoints = 0; ///< extracted junctions after merging those within two voxels
+    double branchF1 = 0.0;
+    int trueEndpoints = 0;
+    double endpointF1 = 0.0;
+    int spuriousTerminalBranches = 0; ///< extracted endpoints with no true endpoint nearby
+    int trueCycles = 0;
+    int extractedCycles = 0;         ///< cycles longer than six edges (26-adjacency triangles left out)
+    double medianDiameterError = -1; ///< relative, over edges of vessels >= 2 voxels in radius; -1 if none
+    std::string describe() const;
+};
+
+/// Scores `extracted` (positions mapped through its matrixToWorld; edge feature "diameter" optional)
+/// against `truth`. voxelSize: the working voxel size in millimetres. O(samples x edges).
+CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& truth, double voxelSize);
+
+} // namespace Tarnwick::Test
