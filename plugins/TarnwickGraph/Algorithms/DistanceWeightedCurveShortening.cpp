@@ -58,7 +58,7 @@ public:
              double ringRadius, bool preserveTerminal, const Settings& settings)
         : m_roles(nodeRoles(graph, preserveTerminal)), m_distance(distance),
           m_linear(graphToPixel.topLeftCorner<3, 3>()), m_offset(graphToPixel.topRightCorner<3, 1>()),
-          m_radius(ringRadius), m_settings(settings) {
+          m_radius(ringRadius), m_planar(graph.dimension() == Graph::Dim2D), m_settings(settings) {
         for (int k = 0; k < ringSamples; ++k) {
             const double angle = 2.0 * M_PI * k / ringSamples;
             m_ring[k] = {std::cos(angle), std::sin(angle)};
@@ -84,22 +84,32 @@ public:
     }
 
 private:
-    /// Estimated gradient of the distance in the plane perpendicular to `tangent`, times pullGain.
+    /// Estimated gradient of the distance perpendicular to `tangent`, times pullGain.
     Eigen::Vector3d pull(const Eigen::Vector3d& p, const Eigen::Vector3d& tangent) const {
-        const double length = tangent.norm();
+        const Eigen::Vector3d along = m_planar ? Eigen::Vector3d(tangent.x(), tangent.y(), 0.0) : tangent;
+        const double length = along.norm();
         if (!(length > 0.0))
             return Eigen::Vector3d::Zero();
-        const Eigen::Vector3d t = tangent / length;
+        const Eigen::Vector3d t = along / length;
+        if (m_planar) {
+            // In the plane the ring degenerates to the two points beside the curve: a central difference.
+            const Eigen::Vector3d normal(-t.y(), t.x(), 0.0);
+            const double difference = sample(p + m_radius * normal) - sample(p - m_radius * normal);
+            return m_settings.pullGain * difference / (2.0 * m_radius) * normal;
+        }
         const Eigen::Vector3d reference = std::abs(t.x()) > 0.9 ? Eigen::Vector3d::UnitY() : Eigen::Vector3d::UnitX();
         const Eigen::Vector3d u = t.cross(reference).normalized();
         const Eigen::Vector3d w = t.cross(u);
         Eigen::Vector3d gradient = Eigen::Vector3d::Zero();
         for (const Eigen::Vector2d& ring : m_ring) {
             const Eigen::Vector3d direction = ring.x() * u + ring.y() * w;
-            const Eigen::Vector3d sample = p + m_radius * direction;
-            gradient += m_distance.interpolatedValue(m_linear * sample + m_offset) * direction;
+            gradient += sample(p + m_radius * direction) * direction;
         }
         return m_settings.pullGain * 2.0 / (ringSamples * m_radius) * gradient;
+    }
+
+    double sample(const Eigen::Vector3d& p) const {
+        return m_distance.interpolatedValue(m_linear * p + m_offset);
     }
 
     std::vector<NodeRole> m_roles;
@@ -107,6 +117,7 @@ private:
     Eigen::Matrix3d m_linear;
     Eigen::Vector3d m_offset;
     double m_radius;
+    bool m_planar; ///< a 2-D graph moves in its plane only
     Settings m_settings;
     Eigen::Vector2d m_ring[ringSamples];
 };
@@ -120,7 +131,8 @@ bool evolve(Graph& graph, const SharedImage& distance, bool preserveTerminal, co
         return false;
     }
     const Eigen::Matrix4d graphToPixel = distance.worldToPixelMatrix() * graph.matrixToWorld();
-    const double ringRadius = distance.descriptor().spacing.minCoeff();
+    const ImageDescriptor& grid = distance.descriptor();
+    const double ringRadius = grid.is2D() ? grid.spacing.head<2>().minCoeff() : grid.spacing.minCoeff();
     const Velocity velocity(graph, *values, graphToPixel, ringRadius, preserveTerminal, settings);
 
     Eigen::MatrixX3d positions = GraphMatrixUtils::nodePositions(graph);

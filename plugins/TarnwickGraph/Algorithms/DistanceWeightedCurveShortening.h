@@ -18,6 +18,8 @@ class SharedImage;
 /// The ring sum is the least-squares estimate of the in-plane gradient of D, so the pull vanishes where
 /// the ring is centred on the distance ridge, i.e. on the vessel centre, and grows to pullGain (mm per
 /// unit time) one ring radius away from it; points outside the image sample 0, which pulls inward.
+/// A 2-D graph stays in its plane: the tangent is taken in the xy plane and the ring becomes the two
+/// points at +-r along the in-plane normal, whose central difference gives the pull.
 /// A leaf moves only by the pull (ring around the direction of its edge), and not at all when
 /// preserveTerminal is set; branching and isolated nodes stay put.
 namespace DistanceWeightedCurveShortening {

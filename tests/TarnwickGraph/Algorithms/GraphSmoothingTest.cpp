@@ -253,6 +253,24 @@ TEST(CurveShortening, PullsANoisyCentrelineOntoTheTubeAxis) {
     }
 }
 
+TEST(CurveShortening, TwoDimensionalGraphsStayInTheirPlane) {
+    const ImageDescriptorWorld frame(ImageDescriptor(PixelType::Float, {61, 25, 1}, 1, {0.5, 0.5, 1.0}),
+                                     Eigen::Matrix4d::Identity());
+    const auto distance = Tarnwick::Test::tubeDistanceImage({{{-15, 0, 0}, {15, 0, 0}, 4.0}}, frame);
+    auto points = Tarnwick::Test::noisyLine(41, 0.5, 1.2, 6);
+    for (auto& p : points) {
+        p.x() -= 10.0;
+        p.z() = 0.0;
+    }
+    auto graph = Tarnwick::Test::makeChain(points);
+    graph->setDimension(Graph::Dim2D);
+    const double before = Tarnwick::Test::rmsDistanceFromXAxis(*graph);
+    ASSERT_TRUE(DistanceWeightedCurveShortening::evolve(*graph, *distance, true));
+    EXPECT_LT(Tarnwick::Test::rmsDistanceFromXAxis(*graph), 0.25 * before);
+    for (const Eigen::Vector3d& p : Tarnwick::Test::positions(*graph))
+        EXPECT_EQ(p.z(), 0.0);
+}
+
 TEST(CurveShortening, RejectsANonFloatDistanceImage) {
     LogCapture log;
     auto graph = Tarnwick::Test::makeChain({{0, 0, 0}, {1, 0, 0}, {2, 1, 0}});
