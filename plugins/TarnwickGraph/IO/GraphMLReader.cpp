@@ -1,12 +1,21 @@
+// GraphML is parsed by the XML parser of Boost.PropertyTree (its bundled rapidxml) into that parser's
+// in-place document, and the graph is read from the document with the property tree's rules: an
+// element's text is the concatenation of its text and CDATA children, attributes are found by name
+// (the first one wins), entities are decoded, and comments, declarations and processing instructions
+// are not part of the tree. Building the property tree itself is skipped: it needs about 25 times the
+// file size in small heap blocks (9.5 GB for a 360 MB file of a million nodes and edges), the parser's
+// document about 4 times.
 #include <TarnwickGraph/IO/GraphMLReader.h>
 
 #include <TarnwickCore/Log.h>
 #include <TarnwickGraph/Graph/Graph.h>
 
-#include <boost/property_tree/ptree.hpp>
-#include <boost/property_tree/xml_parser.hpp>
+#include <boost/property_tree/detail/rapidxml.hpp>
 
+#include <algorithm>
 #include <charconv>
+#include <cstring>
+#include <istream>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -18,18 +27,120 @@ namespace Tarnwick {
 
 namespace {
 
-namespace pt = boost::property_tree;
+namespace rx = boost::property_tree::detail::rapidxml;
+using Element = rx::xml_node<char>;
 
-const pt::ptree* findChild(const pt::ptree& element, const std::string& name) {
-    const auto it = element.find(name);
-    return it == element.not_found() ? nullptr : &it->second;
+/// The parser recurses once per nesting level; deeper documents are refused before parsing so that
+/// hostile input cannot exhaust the stack. GraphML needs four levels.
+constexpr int maxNestingDepth = 256;
+constexpr std::size_t readChunkSize = 1 << 20;
+
+/// The number of bytes left in a seekable stream, or 0 when it cannot tell.
+std::size_t remainingSize(std::streambuf& buffer) {
+    using Position = std::streambuf::pos_type;
+    const Position here = buffer.pubseekoff(0, std::ios::cur, std::ios::in);
+    const Position end = buffer.pubseekoff(0, std::ios::end, std::ios::in);
+    if (here == Position(-1) || end == Position(-1) || buffer.pubseekpos(here, std::ios::in) != here)
+        return 0;
+    return static_cast<std::size_t>(end - here);
 }
 
-/// The value of an XML attribute of `element`, or null when it has none.
-const std::string* attribute(const pt::ptree& element, const std::string& name) {
-    const pt::ptree* attributes = findChild(element, "<xmlattr>");
-    const pt::ptree* value = attributes ? findChild(*attributes, name) : nullptr;
-    return value ? &value->data() : nullptr;
+/// The whole stream, zero-terminated as the parser needs it: a file in one piece, other streams in
+/// chunks, so memory grows only with the bytes actually read.
+std::vector<char> readAll(std::istream& in) {
+    std::vector<char> text;
+    std::streambuf* buffer = in.rdbuf();
+    for (std::size_t chunk = buffer ? std::max(remainingSize(*buffer), readChunkSize) : 0; chunk > 0;
+         chunk = readChunkSize) {
+        const std::size_t start = text.size();
+        text.resize(start + chunk);
+        const auto received = static_cast<std::size_t>(buffer->sgetn(text.data() + start, chunk));
+        text.resize(start + received);
+        if (received < chunk)
+            break;
+    }
+    text.push_back('\0');
+    return text;
+}
+
+bool startsWith(const char* p, const char* prefix) {
+    return std::strncmp(p, prefix, std::strlen(prefix)) == 0;
+}
+
+/// Moves `p` past the first occurrence of `terminator` (or to the end of the text).
+const char* skipPast(const char* p, const char* terminator) {
+    while (*p && !startsWith(p, terminator))
+        ++p;
+    return *p ? p + std::strlen(terminator) : p;
+}
+
+/// The deepest element nesting of the text, found with the parser's own rules for where markup
+/// starts and ends (text runs to the next '<'; comments, CDATA, processing instructions and document
+/// type declarations are skipped as the parser skips them; quoted attribute values may hold '>'), so
+/// that a document whose parse would recurse too deeply is refused before parsing.
+int nestingDepth(const char* p) {
+    int depth = 0;
+    int deepest = 0;
+    while (*p) {
+        if (*p++ != '<')
+            continue;
+        if (startsWith(p, "!--")) {
+            p = skipPast(p + 3, "-->");
+        } else if (startsWith(p, "![CDATA[")) {
+            p = skipPast(p + 8, "]]>");
+        } else if (*p == '?') {
+            p = skipPast(p + 1, "?>");
+        } else if (*p == '!') {
+            for (int brackets = 0; *p && (*p != '>' || brackets > 0); ++p)
+                brackets += *p == '[' ? 1 : *p == ']' ? -1 : 0;
+        } else if (*p == '/') {
+            --depth;
+            p = skipPast(p, ">");
+        } else {
+            deepest = std::max(deepest, ++depth);
+            char quote = 0;
+            for (char previous = 0; *p; previous = *p++) {
+                if (quote) {
+                    quote = *p == quote ? 0 : quote;
+                } else if (*p == '"' || *p == '\'') {
+                    quote = *p;
+                } else if (*p == '>') {
+                    depth -= previous == '/' ? 1 : 0;
+                    ++p;
+                    break;
+                }
+            }
+        }
+    }
+    return deepest;
+}
+
+/// The value of an XML attribute of `element`, or nothing when it has none.
+std::optional<std::string_view> attribute(const Element& element, const char* name) {
+    const rx::xml_attribute<char>* found = element.first_attribute(name);
+    if (!found)
+        return std::nullopt;
+    return std::string_view(found->value(), found->value_size());
+}
+
+/// The text of an element: its text and CDATA children joined (`storage` holds a joined copy).
+std::string_view elementText(const Element& element, std::string& storage) {
+    const Element* first = nullptr;
+    storage.clear();
+    for (const Element* child = element.first_node(); child; child = child->next_sibling()) {
+        if (child->type() != rx::node_data && child->type() != rx::node_cdata)
+            continue;
+        if (!first) {
+            first = child;
+            continue;
+        }
+        if (storage.empty())
+            storage.assign(first->value(), first->value_size());
+        storage.append(child->value(), child->value_size());
+    }
+    if (!storage.empty())
+        return storage;
+    return first ? std::string_view(first->value(), first->value_size()) : std::string_view();
 }
 
 /// A decimal or scientific number, "nan" or "inf", with surrounding blanks; nothing for other text.
@@ -78,36 +189,37 @@ struct Keys {
     bool threeDimensional = false;
 };
 
-Keys readKeys(const pt::ptree& graphml) {
+Keys readKeys(const Element& graphml) {
     Keys keys;
     // x and y always place nodes; z only once the file declares it (a 3-D graph).
     keys.node.slots["x"] = Slot{true, 0};
     keys.node.slots["y"] = Slot{true, 1};
-    for (const auto& [name, key] : graphml) {
-        if (name != "key")
-            continue;
-        const std::string* id = attribute(key, "id");
-        if (!id)
+    std::string storage;
+    for (const Element* key = graphml.first_node("key"); key; key = key->next_sibling("key")) {
+        const auto found = attribute(*key, "id");
+        if (!found)
             throw std::runtime_error("a key element has no id");
+        const std::string id(*found);
         double defaultValue = 0.0;
-        if (const pt::ptree* defaultElement = findChild(key, "default")) {
-            const std::optional<double> parsed = parseNumber(defaultElement->data());
+        if (const Element* defaultElement = key->first_node("default")) {
+            const std::string_view text = elementText(*defaultElement, storage);
+            const std::optional<double> parsed = parseNumber(text);
             if (!parsed)
-                throw std::runtime_error("default value '" + defaultElement->data() + "' of key '" + *id +
+                throw std::runtime_error("default value '" + std::string(text) + "' of key '" + id +
                                          "' is not a number");
             defaultValue = *parsed;
         }
-        const std::string* owner = attribute(key, "for");
-        if (owner && *owner == "edge") {
-            keys.edge.declareFeature(*id, defaultValue);
-        } else if (owner && *owner == "node") {
-            if (*id == "x" || *id == "y" || *id == "z") {
-                const int component = (*id)[0] - 'x';
-                keys.node.slots[*id] = Slot{true, component};
+        const auto owner = attribute(*key, "for");
+        if (owner == "edge") {
+            keys.edge.declareFeature(id, defaultValue);
+        } else if (owner == "node") {
+            if (id == "x" || id == "y" || id == "z") {
+                const int component = id[0] - 'x';
+                keys.node.slots[id] = Slot{true, component};
                 keys.node.positionDefault[component] = defaultValue;
                 keys.threeDimensional = keys.threeDimensional || component == 2;
             } else {
-                keys.node.declareFeature(*id, defaultValue);
+                keys.node.declareFeature(id, defaultValue);
             }
         }
         // Keys for the graph or for all elements carry no node or edge values.
@@ -115,27 +227,37 @@ Keys readKeys(const pt::ptree& graphml) {
     return keys;
 }
 
-/// Applies the data children of a node or edge element through `set(slot, value)`; `describe` names
-/// the element in error messages.
-template <typename Set, typename Describe>
-void readData(const pt::ptree& element, const KeySet& keys, Set&& set, Describe&& describe) {
-    for (const auto& [name, data] : element) {
-        if (name != "data")
-            continue;
-        const std::string* key = attribute(data, "key");
-        const auto slot = key ? keys.slots.find(*key) : keys.slots.end();
-        if (slot == keys.slots.end())
-            continue;
-        const std::optional<double> value = parseNumber(data.data());
-        if (!value)
-            throw std::runtime_error(describe() + ": value '" + data.data() + "' of key '" + *key +
-                                     "' is not a number");
-        set(slot->second, *value);
+/// Reads the data children of node and edge elements, reusing its buffers.
+class DataReader {
+public:
+    /// Applies the data children of `element` through `set(slot, value)`; `describe` names the
+    /// element in error messages.
+    template <typename Set, typename Describe>
+    void read(const Element& element, const KeySet& keys, Set&& set, Describe&& describe) {
+        for (const Element* data = element.first_node("data"); data; data = data->next_sibling("data")) {
+            const auto key = attribute(*data, "key");
+            if (!key)
+                continue;
+            m_key.assign(*key);
+            const auto slot = keys.slots.find(m_key);
+            if (slot == keys.slots.end())
+                continue;
+            const std::string_view text = elementText(*data, m_text);
+            const std::optional<double> value = parseNumber(text);
+            if (!value)
+                throw std::runtime_error(describe() + ": value '" + std::string(text) + "' of key '" + m_key +
+                                         "' is not a number");
+            set(slot->second, *value);
+        }
     }
-}
 
-std::unique_ptr<Graph> buildGraph(const pt::ptree& tree) {
-    const pt::ptree* graphml = findChild(tree, "graphml");
+private:
+    std::string m_key;
+    std::string m_text;
+};
+
+std::unique_ptr<Graph> buildGraph(const rx::xml_document<char>& document) {
+    const Element* graphml = document.first_node("graphml");
     if (!graphml)
         throw std::runtime_error("no graphml root element");
     const Keys keys = readKeys(*graphml);
@@ -145,49 +267,44 @@ std::unique_ptr<Graph> buildGraph(const pt::ptree& tree) {
     graph->addNodeFeatureDescriptors(keys.node.features);
     graph->addEdgeFeatureDescriptors(keys.edge.features);
 
-    const pt::ptree* graphElement = findChild(*graphml, "graph");
+    const Element* graphElement = graphml->first_node("graph");
     if (!graphElement)
         throw std::runtime_error("no graph element");
-    const std::string* edgeDefault = attribute(*graphElement, "edgedefault");
-    graph->setType(edgeDefault && *edgeDefault == "directed" ? Graph::Directed : Graph::Undirected);
+    graph->setType(attribute(*graphElement, "edgedefault") == "directed" ? Graph::Directed : Graph::Undirected);
 
+    DataReader data;
     std::unordered_map<std::string, unsigned long> nodeIds;
     const std::vector<double> nodeDefaults = keys.node.featureDefaults();
-    for (const auto& [name, element] : *graphElement) {
-        if (name != "node")
-            continue;
-        const std::string* fileId = attribute(element, "id");
+    for (const Element* element = graphElement->first_node("node"); element; element = element->next_sibling("node")) {
+        const auto fileId = attribute(*element, "id");
         if (!fileId)
             throw std::runtime_error("a node element has no id");
+        const auto [entry, added] = nodeIds.try_emplace(std::string(*fileId), 0);
+        if (!added)
+            throw std::runtime_error("node id '" + entry->first + "' is used twice");
         Graph::NodeInfo node(keys.node.positionDefault, nodeDefaults);
-        readData(
-            element, keys.node,
+        data.read(
+            *element, keys.node,
             [&](Slot slot, double value) {
                 (slot.isPosition ? node.position[slot.index] : node.features[slot.index]) = value;
             },
-            [&] { return "node '" + *fileId + "'"; });
-        if (!nodeIds.try_emplace(*fileId, 0).second)
-            throw std::runtime_error("node id '" + *fileId + "' is used twice");
-        nodeIds[*fileId] = graph->addNode(std::move(node));
+            [&] { return "node '" + entry->first + "'"; });
+        entry->second = graph->addNode(std::move(node));
     }
 
     const std::vector<double> edgeDefaults = keys.edge.featureDefaults();
-    const std::string none;
-    for (const auto& [name, element] : *graphElement) {
-        if (name != "edge")
-            continue;
-        const std::string* source = attribute(element, "source");
-        const std::string* target = attribute(element, "target");
-        const auto from = nodeIds.find(source ? *source : none);
-        const auto to = nodeIds.find(target ? *target : none);
+    for (const Element* element = graphElement->first_node("edge"); element; element = element->next_sibling("edge")) {
+        const std::string source(attribute(*element, "source").value_or(""));
+        const std::string target(attribute(*element, "target").value_or(""));
+        const auto from = nodeIds.find(source);
+        const auto to = nodeIds.find(target);
         if (from == nodeIds.end() || to == nodeIds.end())
-            throw std::runtime_error("Edge refers to undefined node: " + (source ? *source : none) + " or " +
-                                     (target ? *target : none));
+            throw std::runtime_error("Edge refers to undefined node: " + source + " or " + target);
         Graph::EdgeInfo edge;
         edge.features = edgeDefaults;
-        readData(
-            element, keys.edge, [&](Slot slot, double value) { edge.features[slot.index] = value; },
-            [&] { return "edge '" + *source + "' -> '" + *target + "'"; });
+        data.read(
+            *element, keys.edge, [&](Slot slot, double value) { edge.features[slot.index] = value; },
+            [&] { return "edge '" + source + "' -> '" + target + "'"; });
         graph->addEdge(from->second, to->second, std::move(edge));
     }
     return graph;
@@ -196,20 +313,26 @@ std::unique_ptr<Graph> buildGraph(const pt::ptree& tree) {
 } // namespace
 
 std::unique_ptr<Graph> GraphMLReader::read(std::istream& in) {
-    pt::ptree tree;
-    try {
-        pt::read_xml(in, tree, pt::xml_parser::no_comments);
-    } catch (const pt::xml_parser_error& error) {
-        TW_LOG_ERROR("Could not parse GraphML input: {}", error.what());
+    std::vector<char> text = readAll(in);
+    if (nestingDepth(text.data()) > maxNestingDepth) {
+        TW_LOG_ERROR("Could not parse GraphML input: elements nested deeper than {} levels", maxNestingDepth);
         return nullptr;
     }
-    if (tree.empty()) {
+    rx::xml_document<char> document;
+    try {
+        document.parse<rx::parse_default>(text.data());
+    } catch (const rx::parse_error& error) {
+        const auto line = 1 + std::count(text.data(), error.where<char>(), '\n');
+        TW_LOG_ERROR("Could not parse GraphML input: {} (line {})", error.what(), line);
+        return nullptr;
+    }
+    if (!document.first_node()) {
         TW_LOG_ERROR("Parsed GraphML tree is empty");
         return nullptr;
     }
     std::unique_ptr<Graph> graph;
     try {
-        graph = buildGraph(tree);
+        graph = buildGraph(document);
     } catch (const std::exception& error) {
         TW_LOG_ERROR("Error during parsing of file: {}", error.what());
         return nullptr;

@@ -7,7 +7,9 @@ namespace Tarnwick {
 
 class Graph;
 
-/// Reads a Graph from GraphML text, parsed whole into a Boost property tree.
+/// Reads a Graph from GraphML text. The whole text is parsed by Boost.PropertyTree's XML parser and
+/// read with the property tree's rules for text and attributes (see the source for why the tree
+/// itself is not built).
 ///
 /// What is taken from the file:
 /// - `key` elements: the id names the feature (attr.name and attr.type are not read). Node keys "x",
@@ -22,11 +24,13 @@ class Graph;
 /// (for example "z" in a 2-D file) is ignored.
 ///
 /// Errors are logged and the result is null; never a partial graph:
-/// "Could not parse GraphML input: <parser message>", "Parsed GraphML tree is empty", and
+/// "Could not parse GraphML input: <parser message> (line <n>)" (also for elements nested deeper than
+/// 256 levels, refused before parsing), "Parsed GraphML tree is empty", and
 /// "Error during parsing of file: <reason>" for missing elements, duplicate node ids, values that are
 /// not numbers (naming the node or edge and the key) and "Edge refers to undefined node: a or b".
 /// On success logs "Imported 3D graph with N nodes, M edges, E edge feature(s) and F node feature(s)."
-/// at info level. Memory is that of the property tree, about 1.5 kB per node or edge element.
+/// at info level. Memory: the text, the parser's document (about 1 kB per node or edge element) and the
+/// graph; time is linear in the size of the text.
 class GraphMLReader {
 public:
     static std::unique_ptr<Graph> read(std::istream& in);

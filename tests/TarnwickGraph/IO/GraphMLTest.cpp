@@ -206,6 +206,49 @@ TEST(GraphMLReading, StringIdsDefaultsAndDirection) {
     }
 }
 
+TEST(GraphMLReading, TextFollowsXmlRules) {
+    // CDATA and text pieces around a comment are joined, entities decoded, ids compared after decoding.
+    const std::string body = "<node id=\"a&amp;b\"><data key=\"x\"><![CDATA[1.5]]></data>"
+                             "<data key=\"y\">2<!-- two -->5</data></node>\n"
+                             "<node id=\"c\"><data key=\"x\">&#45;&#51;</data><!-- <node id=\"d\"/> --></node>\n"
+                             "<edge source=\"a&amp;b\" target=\"c\"/>\n";
+    auto graph = readText(document(positionKeys2D, " edgedefault='directed'", body));
+    ASSERT_TRUE(graph);
+    ASSERT_EQ(graph->numNodes(), 2u);
+    std::vector<Eigen::Vector3d> positions;
+    graph->forEachNode([&](unsigned long, const Graph::NodeInfo& node) { positions.push_back(node.position); });
+    EXPECT_EQ(positions[0], Eigen::Vector3d(1.5, 25, 0));
+    EXPECT_EQ(positions[1], Eigen::Vector3d(-3, 0, 0));
+    EXPECT_TRUE(graph->edge(1, 2).has_value());
+    EXPECT_EQ(graph->type(), Graph::Directed);
+}
+
+TEST(GraphMLReading, DeepNestingIsRefusedWithoutExhaustingTheStack) {
+    std::string nested;
+    for (int i = 0; i < 100000; ++i)
+        nested += "<a>";
+    // Markup-like text in attribute values, comments and CDATA cannot hide the nesting.
+    const std::string disguises[] = {
+        nested,
+        "<x v=\"" + std::string(100000, '/') + "\"/>" + nested,
+        "<x v='</a></a></a>'/>" + nested,
+        "<!--" + std::string(1000, '/') + "</a></a></a>-->" + nested,
+        "<x><![CDATA[</a></a></a></a>]]></x>" + nested,
+        "<!DOCTYPE x [<!ENTITY e \"</a></a></a>\">]>" + nested,
+    };
+    for (const std::string& text : disguises) {
+        LogCapture log;
+        EXPECT_FALSE(readText(text));
+        EXPECT_EQ(log.errors(),
+                  std::vector<std::string>{"Could not parse GraphML input: elements nested deeper than 256 levels"});
+    }
+    // Comments, CDATA and attribute values holding markup characters are fine at normal depth.
+    const std::string body = "<!-- <a><a><a> -->\n<node id=\"n/>\"><data key=\"x\"><![CDATA[ 4 ]]></data></node>\n";
+    auto graph = readText(document(positionKeys2D, "", body));
+    ASSERT_TRUE(graph);
+    EXPECT_EQ(graph->numNodes(), 1u);
+}
+
 TEST(GraphMLReading, ImportIsSummarisedAtInfoLevel) {
     auto original = makeRichGraph(Graph::Undirected, Graph::Dim3D);
     LogCapture log;
