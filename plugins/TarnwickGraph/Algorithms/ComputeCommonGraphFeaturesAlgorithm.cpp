@@ -26,12 +26,23 @@ bool measuresDiameters(int mode) {
            mode == ComputeCommonGraphFeaturesAlgorithm::VesselDiameter;
 }
 
-/// The diameter routines return -1 for a pixel type they cannot read; the run still succeeds.
-void warnIfUnsupported(int diameterIdx, const SharedImage& labels) {
-    if (diameterIdx < 0)
-        TW_LOG_WARN("Label image pixel type {} is not supported (expected uint8, uint16 or float); no diameters "
-                    "were measured.",
-                    pixelTypeName(labels.descriptor().pixelType));
+bool readablePixelType(const SharedImage& labels) {
+    const PixelType type = labels.descriptor().pixelType;
+    return type == PixelType::UInt8 || type == PixelType::UInt16 || type == PixelType::Float;
+}
+
+/// The status of a diameter measurement. The routines return -1 for a pixel type they cannot read, which
+/// is only warned about (the run succeeds, nothing is written), and for an image they refuse to measure,
+/// which they log as an error (the run fails).
+int diameterStatus(int diameterIdx, const SharedImage& labels) {
+    if (diameterIdx >= 0)
+        return Algorithm::Success;
+    if (readablePixelType(labels))
+        return Algorithm::Error;
+    TW_LOG_WARN("Label image pixel type {} is not supported (expected uint8, uint16 or float); no diameters "
+                "were measured.",
+                pixelTypeName(labels.descriptor().pixelType));
+    return Algorithm::Success;
 }
 
 } // namespace
@@ -83,8 +94,8 @@ void ComputeCommonGraphFeaturesAlgorithm::compute() {
             setStatus(InvalidInput);
             return;
         }
-        warnIfUnsupported(computeDiameters(m_graph, *labels, averageZeroEdges, threshold), *labels);
-        break;
+        setStatus(diameterStatus(computeDiameters(m_graph, *labels, averageZeroEdges, threshold), *labels));
+        return;
     }
     case CrossSection:
         computeCrossSectionMode();
@@ -104,10 +115,10 @@ void ComputeCommonGraphFeaturesAlgorithm::compute() {
         }
         // The user's threshold only switches zero-edge filling on (any non-zero value, NaN included).
         const bool fillZeroEdges = threshold != 0.0;
-        warnIfUnsupported(
+        setStatus(diameterStatus(
             computeVesselDiameters(m_graph, *labels, clampEdges, slidingAverage, fillZeroEdges, vesselThreshold),
-            *labels);
-        break;
+            *labels));
+        return;
     }
     default:
         break;
@@ -123,9 +134,10 @@ void ComputeCommonGraphFeaturesAlgorithm::computeCrossSectionMode() {
             return;
         }
         if (computeDiameters(m_graph, *labels, averageZeroEdges, threshold) < 0) {
-            TW_LOG_ERROR("Cannot compute cross-sections: the label image pixel type {} is not supported (expected "
-                         "uint8, uint16 or float).",
-                         pixelTypeName(labels->descriptor().pixelType));
+            if (!readablePixelType(*labels))
+                TW_LOG_ERROR("Cannot compute cross-sections: the label image pixel type {} is not supported "
+                             "(expected uint8, uint16 or float).",
+                             pixelTypeName(labels->descriptor().pixelType));
             setStatus(Error);
             return;
         }

@@ -17,6 +17,7 @@ namespace Tarnwick {
 /// Status: Success, or InvalidInput with the error "Label not set." when a mode needs the label image and
 /// none was given. A label image of an unsupported pixel type writes nothing (a warning is logged) and
 /// still succeeds, except in CrossSection mode without existing diameters, which then fails with Error.
+/// A label image refused by DiameterEstimation (spacing far too fine for its extent) fails with Error.
 class ComputeCommonGraphFeaturesAlgorithm : public Algorithm {
 public:
     enum Mode : int { EdgeLength = 0, Diameter = 1, CrossSection = 2, Degree = 3, VesselDiameter = 4 };

@@ -12,6 +12,8 @@
 
 #include <TarnwickGraph/Graph/GraphUtils.h>
 
+#include <TarnwickCore/Log.h>
+
 #include <Eigen/Geometry>
 
 #include <algorithm>
@@ -31,6 +33,7 @@ constexpr double threePi = 9.42477796076938;
 constexpr double sqrt3 = 1.7320508075688772;
 constexpr int plainMinRayCount = 20;
 constexpr int plainBisectionSteps = 5;
+constexpr double maxRaySteps = 1e5;
 
 enum class Sample { Outside, Inside, Background };
 
@@ -110,6 +113,17 @@ struct RayRange {
 RayRange rayRange(const SharedImage& labels) {
     const ImageDescriptor& descriptor = labels.descriptor();
     return {descriptor.spacing.minCoeff(), descriptor.extent().maxCoeff() * sqrt3};
+}
+
+/// Refuses (with an error) images whose smallest spacing is so fine against their extent that a ray could
+/// take more than maxRaySteps steps; the plain method's work per edge grows with the square of that count.
+bool withinRayStepLimit(const RayRange& range) {
+    if (range.maxRadius / range.step <= maxRaySteps)
+        return true;
+    TW_LOG_ERROR("Cannot measure diameters: rays of step {} would need up to {:.0f} steps to cross the label "
+                 "image; at most {:.0f} are allowed.",
+                 range.step, range.maxRadius / range.step, maxRaySteps);
+    return false;
 }
 
 template <typename T>
@@ -296,10 +310,10 @@ void fillZeroEdgesWithNeighborAverage(Graph& graph, int featureIndex) {
 
 template <typename T>
 int computeDiametersImpl(Graph& graph, const SharedImage& labels, bool averageZeroEdges, double threshold) {
-    if (!labels.typed<T>())
+    const RayRange range = rayRange(labels);
+    if (!labels.typed<T>() || !withinRayStepLimit(range))
         return -1;
     const LabelSampler<T> sampler(graph, labels, threshold);
-    const RayRange range = rayRange(labels);
     const int diameterIdx =
         measureEdges(graph, sampler, [&](const EdgeRays& rays) { return plainRadius(sampler, rays, range); });
     if (averageZeroEdges)
@@ -310,10 +324,10 @@ int computeDiametersImpl(Graph& graph, const SharedImage& labels, bool averageZe
 template <typename T>
 int computeVesselDiametersImpl(Graph& graph, const SharedImage& labels, bool clampEdges,
                                std::optional<int> slidingAverage, bool fillZeroEdges, double threshold) {
-    if (!labels.typed<T>())
+    const RayRange range = rayRange(labels);
+    if (!labels.typed<T>() || !withinRayStepLimit(range))
         return -1;
     const LabelSampler<T> sampler(graph, labels, threshold);
-    const RayRange range = rayRange(labels);
     const VesselDirections directions;
     const int diameterIdx = measureEdges(
         graph, sampler, [&](const EdgeRays& rays) { return vesselRadius(sampler, rays, range, directions); });

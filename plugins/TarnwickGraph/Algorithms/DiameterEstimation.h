@@ -16,7 +16,9 @@
 /// background gets 0.
 ///
 /// Supported label pixel types: uint8, uint16 and float; the dispatching functions return -1 and leave the
-/// graph untouched for any other type, and the index of "diameter" otherwise.
+/// graph untouched for any other type, and the index of "diameter" otherwise. They also return -1, with an
+/// error logged, for an image whose smallest spacing would need more than 100,000 ray steps to cross its
+/// largest extent (such spacing ratios make the measurement cost explode).
 namespace Tarnwick::DiameterEstimation {
 
 /// Constants of the vessel method.
@@ -41,7 +43,8 @@ int computeDiameters(Graph& graph, const SharedImage& labels, bool averageZeroEd
 int computeVesselDiameters(Graph& graph, const SharedImage& labels, bool clampEdges, std::optional<int> slidingAverage,
                            bool fillZeroEdges, double threshold);
 
-/// The methods for one voxel type T (unsigned char, unsigned short, float); -1 when labels does not hold T values.
+/// The methods for one voxel type T (unsigned char, unsigned short, float); -1 when labels does not hold T
+/// values or exceeds the ray step limit.
 template <typename T>
 int computeDiametersImpl(Graph& graph, const SharedImage& labels, bool averageZeroEdges, double threshold);
 template <typename T>

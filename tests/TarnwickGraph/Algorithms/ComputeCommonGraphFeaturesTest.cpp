@@ -238,6 +238,17 @@ TEST(ComputeCommonGraphFeaturesTest, UnsupportedLabelTypesWriteNothing) {
     EXPECT_EQ(algorithm.status(), Algorithm::Error);
     EXPECT_EQ(log.errors().size(), 1u);
     EXPECT_TRUE(graph->edgeFeatureDescriptors().empty());
+
+    // A readable image that the measurement refuses (spacing far too fine for its extent) fails the run.
+    auto mem = MemImage::create(ImageDescriptor(PixelType::UInt8, {4, 64, 64}, 1, {1e-4, 2.0, 2.0}));
+    SharedImageSet refused(std::make_shared<SharedImage>(std::shared_ptr<MemImage>(std::move(mem))));
+    for (Algo::Mode mode : {Algo::Diameter, Algo::VesselDiameter}) {
+        auto target = axisGraph();
+        Algo measuring(*target, &refused);
+        measuring.mode = mode;
+        measuring.compute();
+        EXPECT_EQ(measuring.status(), Algorithm::Error) << mode;
+    }
 }
 
 TEST(ComputeCommonGraphFeaturesTest, VesselModeThresholdOnlySwitchesZeroFilling) {

@@ -1,5 +1,6 @@
 #include "../GraphInvariants.h"
 #include "PolylineGraph.h"
+#include "support/LogCapture.h"
 #include "support/TestImages.h"
 #include "support/TubeImages.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 using Test::addPolyline;
 using Test::graphIsConsistent;
+using Test::LogCapture;
 using Test::obliquePlacement;
 using Test::straightPoints;
 using Test::tubeAlong;
@@ -203,6 +205,20 @@ TEST(DiameterEstimationTest, SupportedPixelTypesGiveIdenticalResultsOthersAreRef
     EXPECT_EQ(DE::computeVesselDiameters(graph, *refused, true, 3, true, 0.5), -1);
     EXPECT_TRUE(graph.edgeFeatureDescriptors().empty()) << "nothing is written";
     EXPECT_EQ(DE::computeDiametersImpl<float>(graph, *refused, false, 0.5), -1) << "type checked at every entry";
+}
+
+TEST(DiameterEstimationTest, ImagesTooFinelySpacedForTheirExtentAreRefused) {
+    // 128 mm across with a smallest spacing of 0.1 um: rays would need over two million steps.
+    const ImageDescriptor descriptor(PixelType::UInt8, {4, 64, 64}, 1, {1e-4, 2.0, 2.0});
+    const auto labels = boxImage(descriptor, {0, 0, 0}, {3, 63, 63}, 1.0);
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    addPolyline(graph, {{0, 0, 0}, {0, 0, 1}});
+    LogCapture log;
+    EXPECT_EQ(DE::computeDiameters(graph, *labels, false, 0.5), -1);
+    EXPECT_EQ(DE::computeVesselDiameters(graph, *labels, true, 3, true, 0.5), -1);
+    EXPECT_EQ(log.errors().size(), 2u);
+    EXPECT_EQ(graph.edgeFeatureDescriptors().size(), 1u);
+    EXPECT_EQ(diameters(graph, 0), std::vector<double>{0.0});
 }
 
 TEST(DiameterEstimationTest, EdgesOutsideTheImageOrInBackgroundGetZero) {
