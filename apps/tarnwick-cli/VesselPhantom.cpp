@@ -48,9 +48,10 @@ VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_sta
         spacing.z() = 1.0;
     m_descriptor = ImageDescriptor(
         PixelType::UInt8, Eigen::Vector3i(options.size, options.size, options.twoD ? 1 : options.size), 1, spacing);
+    // The angles are drawn either way, so that the oblique phantom holds the same tree.
+    const double a = uniform(0.3, 0.7), b = options.twoD ? 0.0 : uniform(0.2, 0.5),
+                 c = options.twoD ? 0.0 : uniform(0.2, 0.6);
     if (options.oblique) {
-        const double a = uniform(0.3, 0.7), b = options.twoD ? 0.0 : uniform(0.2, 0.5),
-                     c = options.twoD ? 0.0 : uniform(0.2, 0.6);
         const Eigen::Matrix3d rotation =
             (Eigen::AngleAxisd(a, Eigen::Vector3d::UnitZ()) * Eigen::AngleAxisd(b, Eigen::Vector3d::UnitY()) *
              Eigen::AngleAxisd(c, Eigen::Vector3d::UnitX()))
@@ -104,8 +105,9 @@ void VesselPhantom::grow(const Eigen::Vector3d& start, const Eigen::Vector3d& di
     const double voxel = m_descriptor.spacing.head(m_options.twoD ? 2 : 3).maxCoeff();
     const double step = 1.5 * voxel;
     const double parentRadius = parent >= 0 ? m_vessels[parent].radius : radius;
-    const double wanted = std::max(uniform(7.0, 11.0) * radius, 12 * voxel);
-    const double needed = 2.5 * parentRadius + 6 * voxel;
+    const double wanted = uniform(4.0, 6.0) * radius + 6 * voxel;
+    // Side branches must outlast pruning (terminal paths shorter than the local radius go); the root stays.
+    const double needed = parent >= 0 ? 1.5 * parentRadius + 4 * voxel : 0.0;
     // Vessels that share the junction may come close within this distance of it.
     const double junctionZone = 2.0 * (parentRadius + radius) + 4 * voxel;
 

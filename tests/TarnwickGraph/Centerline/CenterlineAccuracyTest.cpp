@@ -51,6 +51,7 @@ VesselPhantom::Options phantom(int size, Eigen::Vector3d spacing, std::uint32_t 
     options.size = size;
     options.spacing = spacing;
     options.seed = seed;
+    options.maxRadiusVoxels = 4.5;
     return options;
 }
 
