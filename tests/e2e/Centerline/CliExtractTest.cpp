@@ -1,0 +1,100 @@
+#include "../../support/TempDir.h"
+#include "../CliRunner.h"
+
+#include <TarnwickLib/Image/SharedImageSet.h>
+#include <TarnwickLib/IO/DataFileIO.h>
+
+#include <Eigen/Geometry>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+using Tarnwick::Test::CliResult;
+using Tarnwick::Test::runCli;
+
+CliResult cli(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"--no-default-plugins", "--plugin-dir", GRAPH_PLUGIN_DIR});
+    return runCli(arguments);
+}
+
+std::string read(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+/// The node positions of a GraphML file written by extract (data keys x, y, z in that order).
+std::vector<Eigen::Vector3d> positions(const std::string& graphml) {
+    std::vector<Eigen::Vector3d> result;
+    const std::regex node(R"(<node id="[^"]*">\s*<data key="x">([^<]*)</data>\s*<data key="y">([^<]*)</data>\s*)"
+                          R"(<data key="z">([^<]*)</data>)");
+    for (auto it = std::sregex_iterator(graphml.begin(), graphml.end(), node); it != std::sregex_iterator(); ++it)
+        result.emplace_back(std::stod((*it)[1]), std::stod((*it)[2]), std::stod((*it)[3]));
+    return result;
+}
+
+TEST(CliExtract, SampleThenExtractWritesWorldCoordinatesInsideTheVessels) {
+    Tarnwick::Test::TempDir dir;
+    const std::string folder = dir.path().string() + "/sample";
+    const CliResult sample =
+        cli({"sample", "-o", folder, "--size", "64", "--spacing", "0.5,0.6,0.8", "--oblique", "--seed", "3"});
+    ASSERT_EQ(sample.exitCode, 0) << sample.err;
+    const std::string image = folder + "/vessels.nii.gz";
+    ASSERT_TRUE(std::filesystem::exists(folder + "/vessels-truth.graphml"));
+
+    for (const bool ras : {false, true}) {
+        const std::string output = folder + (ras ? "/ras.graphml" : "/lps.graphml");
+        std::vector<std::string> arguments{"extract", image, "-o", output, "--stats"};
+        if (ras)
+            arguments.push_back("--ras");
+        const CliResult extract = cli(arguments);
+        ASSERT_EQ(extract.exitCode, 0) << extract.err;
+        for (const char* line : {"Nodes: ", "Branch points: ", "Endpoints: ", "Components: ", "Cycles: ",
+                                 "Total length: ", "Diameter range: ", "thin ", "diameters ", "export "})
+            EXPECT_NE(extract.out.find(line), std::string::npos) << line;
+
+        // Every node, mapped from world to the image's voxels, lies in or next to a vessel voxel.
+        const auto loaded = Tarnwick::DataFileIO::load(image);
+        ASSERT_TRUE(loaded);
+        const Tarnwick::SharedImage& mask = *dynamic_cast<Tarnwick::SharedImageSet*>(loaded->get(0))->get(0);
+        ASSERT_EQ(mask.descriptor().pixelType, Tarnwick::PixelType::UInt8);
+        const auto* values = static_cast<const std::uint8_t*>(mask.mem()->data());
+        const std::vector<Eigen::Vector3d> nodes = positions(read(output));
+        ASSERT_GT(nodes.size(), 20u);
+        int outside = 0;
+        for (Eigen::Vector3d world : nodes) {
+            if (ras)
+                world = Eigen::Vector3d(-world.x(), -world.y(), world.z());
+            const Eigen::Vector3d pixel = (mask.worldToPixelMatrix() * world.homogeneous()).head<3>();
+            const Eigen::Vector3i voxel = pixel.array().round().cast<int>();
+            const Eigen::Vector3i dims = mask.descriptor().dimensions;
+            if ((voxel.array() < 0).any() || (voxel.array() >= dims.array()).any() ||
+                values[mask.descriptor().index(voxel.x(), voxel.y(), voxel.z())] == 0)
+                ++outside;
+        }
+        EXPECT_LE(outside, static_cast<int>(nodes.size() / 50)) << "of " << nodes.size();
+    }
+}
+
+TEST(CliExtract, BadInputFailsWithAReason) {
+    Tarnwick::Test::TempDir dir;
+    const CliResult missing =
+        cli({"extract", dir.path().string() + "/none.nii.gz", "-o", dir.path().string() + "/out.graphml"});
+    EXPECT_NE(missing.exitCode, 0);
+    EXPECT_FALSE(missing.err.empty());
+    const CliResult extension =
+        cli({"extract", dir.path().string() + "/none.nii.gz", "-o", dir.path().string() + "/out.txt"});
+    EXPECT_NE(extension.exitCode, 0);
+    EXPECT_NE(extension.err.find(".graphml or .tnw"), std::string::npos);
+    const CliResult spacing = cli({"sample", "-o", dir.path().string(), "--spacing", "1,x,1"});
+    EXPECT_NE(spacing.exitCode, 0);
+    EXPECT_NE(spacing.err.find("spacing"), std::string::npos);
+}
+
+} // namespace
