@@ -139,15 +139,8 @@ void MinimumSpanningTreeAlgorithm::updateVisibility() {
     edgeFeatureName.setAttribute("hidden", readsName ? "false" : "true");
 }
 
-OwningDataList MinimumSpanningTreeAlgorithm::takeOutput() {
-    OwningDataList list;
-    if (m_result)
-        list.add(std::move(m_result));
-    return list;
-}
-
 void MinimumSpanningTreeAlgorithm::compute() {
-    m_result.reset();
+    m_output.clear();
     if (m_graph.type() != Graph::Undirected) {
         TW_LOG_ERROR("This algorithm only works for undirected graphs.");
         setStatus(InvalidInput);
@@ -162,6 +155,7 @@ void MinimumSpanningTreeAlgorithm::compute() {
         return;
     }
     applyKruskalAndSegmentPrune(keyIdx);
+    m_output.add(std::move(m_result));
     setStatus(Success);
 }
 
@@ -187,6 +181,8 @@ bool MinimumSpanningTreeAlgorithm::ensureDiameters() {
 }
 
 bool MinimumSpanningTreeAlgorithm::buildMstSortKey(int keyIdx) {
+    if (!m_result)
+        return false;
     Graph& graph = *m_result;
     switch (weightMode.value()) {
     case UserDefined: {
@@ -260,6 +256,8 @@ bool MinimumSpanningTreeAlgorithm::buildMstSortKey(int keyIdx) {
 }
 
 void MinimumSpanningTreeAlgorithm::applyKruskalAndSegmentPrune(int keyIdx) {
+    if (!m_result)
+        return;
     Graph& graph = *m_result;
     const GraphMatrixUtils::SequentialIndex index = GraphMatrixUtils::graphToSequentialIndex(graph);
     std::vector<KeyedEdge> edges;

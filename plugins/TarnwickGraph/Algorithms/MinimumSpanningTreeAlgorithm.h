@@ -57,15 +57,14 @@ public:
 
     void compute() override;
 
-    /// Fills "mstSortKey" (column keyFeatureIdx of the result graph) for the current weightMode. Logs the
+    // The two steps of compute(), working on the copy of the input made there (outside compute() they
+    // have nothing to work on and do nothing).
+
+    /// Fills "mstSortKey" (column keyFeatureIdx of the working copy) for the current weightMode. Logs the
     /// mode and returns false with the reason logged when a needed feature is missing.
     bool buildMstSortKey(int keyFeatureIdx);
     /// Removes the edges Kruskal rejects and, with pruneBySegment, the chains they leave dangling.
     void applyKruskalAndSegmentPrune(int keyFeatureIdx);
-
-    /// The result of the last successful compute(); null otherwise.
-    const Graph* result() const { return m_result.get(); }
-    OwningDataList takeOutput() override;
 
     Parameter<WeightMode> weightMode{"weightMode", EdgeLength, this};
     Parameter<std::string> edgeFeatureName{"edgeFeatureName", "", this};
@@ -77,7 +76,7 @@ private:
 
     Graph& m_graph;
     SharedImageSet* m_labelMap;
-    std::unique_ptr<Graph> m_result;
+    std::unique_ptr<Graph> m_result; ///< the working copy during compute(); then moved to the output
 };
 
 /// Kruskal's algorithm over indices 0 .. max index: sorts by key (NaN last; equal keys in no defined
