@@ -117,6 +117,21 @@ TEST_F(CliGraphAlgorithms, SamplesImagesAndPaintsMeshes) {
     ASSERT_EQ(evaluate.exitCode, 0) << evaluate.err;
     EXPECT_TRUE(contains(readFile(sampled), R"(<data key="sampled">3</data>)")) << readFile(sampled);
 
+    // A label block around the square: the smoothing's default mode with a label image is the curve
+    // shortening inside it.
+    auto block = TypedImage<unsigned char>::zeros({16, 12, 8});
+    for (int z = 2; z < 6; ++z)
+        for (int y = 2; y < 10; ++y)
+            for (int x = 2; x < 14; ++x)
+                block->setValue(x, y, z, 1);
+    block->setSpacing(Eigen::Vector3d::Constant(0.5));
+    const std::string labels = m_dir.file("labels.nii.gz");
+    ASSERT_TRUE(ImageFileIO::save(
+        SharedImageSet(std::make_shared<SharedImage>(std::shared_ptr<MemImage>(std::move(block)), placement)), labels));
+    const CliResult curve = cli({"run", "GraphSmoothing", m_graph, labels, "-o", m_dir.file("curved.graphml")});
+    ASSERT_EQ(curve.exitCode, 0) << curve.err;
+    EXPECT_TRUE(contains(readFile(m_dir.file("curved.graphml")), R"(<data key="y">2.5</data>)")) << "leaves stay";
+
     const std::string mesh = m_dir.file("surface.ply");
     std::ofstream(mesh) << "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
                            "property float z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n"
