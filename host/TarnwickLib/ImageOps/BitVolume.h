@@ -30,6 +30,14 @@ public:
     std::int64_t strideZ() const { return m_strideZ; }
 
     bool test(std::int64_t i) const { return (m_words[i >> 6] >> (i & 63)) & 1; }
+    /// test() and a reset() of one bit that other threads may access at the same time (other bits of the
+    /// same word included), as relaxed atomic operations.
+    bool testShared(std::int64_t i) const {
+        return (__atomic_load_n(&m_words[i >> 6], __ATOMIC_RELAXED) >> (i & 63)) & 1;
+    }
+    void resetShared(std::int64_t i) {
+        __atomic_fetch_and(&m_words[i >> 6], ~(std::uint64_t(1) << (i & 63)), __ATOMIC_RELAXED);
+    }
     void set(std::int64_t i) { m_words[i >> 6] |= std::uint64_t(1) << (i & 63); }
     void reset(std::int64_t i) { m_words[i >> 6] &= ~(std::uint64_t(1) << (i & 63)); }
 
@@ -64,33 +72,25 @@ public:
 
     /// Sets the 27 bits of the 3x3x3 neighbourhood of voxel i.
     void setCube(std::int64_t i) {
-        forCubeWords(i, [](std::uint64_t& word, std::uint64_t bits) { word |= bits; });
-    }
-    /// Zeroes every word that holds a bit of the 3x3x3 neighbourhood of voxel i (other bits in those
-    /// words included): a cheap way to undo setCube() when all marks are cleared together.
-    void clearCubeWords(std::int64_t i) {
-        forCubeWords(i, [](std::uint64_t& word, std::uint64_t) { word = 0; });
+        // As in cube(), the nine rows share one bit offset.
+        const std::int64_t start = i - 1;
+        const int shift = static_cast<int>(start & 63);
+        std::uint64_t* center = m_words.data() + (start >> 6);
+        const std::int64_t row = m_strideY >> 6, plane = m_strideZ >> 6;
+        for (int dz = -1; dz <= 1; ++dz) {
+            for (int dy = -1; dy <= 1; ++dy) {
+                std::uint64_t* w = center + dy * row + dz * plane;
+                w[0] |= std::uint64_t(7) << shift;
+                if (shift > 61)
+                    w[1] |= std::uint64_t(7) >> (64 - shift);
+            }
+        }
     }
 
     /// Index of the lowest set bit of a non-zero word.
     static int lowestBit(std::uint64_t bits) { return __builtin_ctzll(bits); }
 
 private:
-    // Calls f(word, bits) for each word holding bits of the 3x3x3 neighbourhood of voxel i.
-    template <typename F>
-    void forCubeWords(std::int64_t i, F f) {
-        for (int dz = -1; dz <= 1; ++dz) {
-            for (int dy = -1; dy <= 1; ++dy) {
-                const std::int64_t start = i - 1 + dy * m_strideY + dz * m_strideZ;
-                const std::int64_t word = start >> 6;
-                const int shift = static_cast<int>(start & 63);
-                f(m_words[word], std::uint64_t(7) << shift);
-                if (shift > 61)
-                    f(m_words[word + 1], std::uint64_t(7) >> (64 - shift));
-            }
-        }
-    }
-
     Eigen::Vector3i m_dims;
     std::int64_t m_strideY = 0;
     std::int64_t m_strideZ = 0;

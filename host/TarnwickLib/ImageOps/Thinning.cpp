@@ -11,11 +11,10 @@
 // The result depends only on the candidate set of each step and on the visiting order, so this code keeps
 // both exactly but avoids full-volume sweeps. It keeps a sorted list of "active" voxels, the foreground
 // voxels with a background face neighbour: only these can be candidates, and after the first sweep a voxel
-// only becomes active when a face neighbour is removed. Each list entry caches its border directions and
-// its deletability; a "stale" bit volume marks the neighbourhoods of removed voxels, and only stale
-// entries look at the volume again. Deletability is evaluated lazily, when the entry is a border voxel of
-// the current direction. The candidate search runs over blocks of the list in parallel and concatenates
-// the per-block results in order.
+// only becomes active when a face neighbour is removed. Each list entry caches whether the voxel is
+// deletable; removing a voxel marks its 3x3x3 neighbourhood in a "stale" bit volume, and a mark is
+// consumed when the entry is next evaluated, which happens only once it borders the current direction.
+// The candidate search runs over blocks of the list in parallel and concatenates the results in order.
 //
 // Cost: one O(voxels) sweep, then per step O(active voxels) plus O(removed voxels) bookkeeping.
 
@@ -29,6 +28,7 @@
 #include <TarnwickCore/Log.h>
 
 #include <algorithm>
+#include <array>
 #include <new>
 
 namespace Tarnwick::ImageOps {
@@ -37,28 +37,20 @@ namespace {
 using Index = std::int64_t;
 using Entry = std::uint64_t; // voxel index << kIndexShift | flags; ordered by voxel index
 
-constexpr int kIndexShift = 10;
-constexpr Entry kBorderMask = 0x3f;  // bit d: the face neighbour in direction d is background
-constexpr Entry kKnown = 1 << 6;     // kDeletable is up to date
-constexpr Entry kDeletable = 1 << 7; // not an end point, Euler invariant, one neighbour component
-constexpr Entry kRemoved = 1 << 8;
+constexpr int kIndexShift = 3;
+constexpr Entry kKnown = 1;     // kDeletable is up to date
+constexpr Entry kDeletable = 2; // not an end point, Euler invariant, one neighbour component
+constexpr Entry kRemoved = 4;
 
 Index voxelOf(Entry e) {
     return static_cast<Index>(e >> kIndexShift);
 }
 
-// Border directions in the order of the reference formulation, as cube offsets: -y, +y, +x, -x, +z, -z.
-constexpr int kDirectionCubeBits[6] = {ThinningTopology::cubeBit(0, -1, 0), ThinningTopology::cubeBit(0, 1, 0),
-                                       ThinningTopology::cubeBit(1, 0, 0),  ThinningTopology::cubeBit(-1, 0, 0),
-                                       ThinningTopology::cubeBit(0, 0, 1),  ThinningTopology::cubeBit(0, 0, -1)};
+// Border directions in the order of the reference formulation: -y, +y, +x, -x, +z, -z.
+const Eigen::Vector3i kDirections[6] = {{0, -1, 0}, {0, 1, 0}, {1, 0, 0}, {-1, 0, 0}, {0, 0, 1}, {0, 0, -1}};
 
-Entry borderBits(std::uint32_t cube) {
-    Entry bits = 0;
-    for (int d = 0; d < 6; ++d) {
-        if (!((cube >> kDirectionCubeBits[d]) & 1))
-            bits |= Entry(1) << d;
-    }
-    return bits;
+int cubeBitOf(const Eigen::Vector3i& offset) {
+    return ThinningTopology::cubeBit(offset.x(), offset.y(), offset.z());
 }
 
 bool isDeletable(std::uint32_t cube) {
@@ -66,11 +58,30 @@ bool isDeletable(std::uint32_t cube) {
            ThinningTopology::isEulerInvariant(cube);
 }
 
-// Border voxels of the 64 voxels of one word, per direction and in all used directions together.
-struct WordBorders {
-    std::uint64_t direction[6];
-    std::uint64_t any;
-};
+// Merges two sorted entry ranges into `out` (resized to fit), leaving out removed entries. The choices
+// are arithmetic rather than branches because they are unpredictable.
+template <typename Out>
+void mergeDroppingRemoved(const Entry* a, std::size_t aCount, const Entry* b, std::size_t bCount, Out& out) {
+    out.resize(aCount + bCount);
+    std::size_t i = 0, j = 0, k = 0;
+    while (i < aCount && j < bCount) {
+        const bool takeA = a[i] < b[j];
+        const Entry next = takeA ? a[i] : b[j];
+        out[k] = next;
+        k += !(next & kRemoved);
+        i += takeA;
+        j += !takeA;
+    }
+    for (; i < aCount; ++i) {
+        out[k] = a[i];
+        k += !(a[i] & kRemoved);
+    }
+    for (; j < bCount; ++j) {
+        out[k] = b[j];
+        k += !(b[j] & kRemoved);
+    }
+    out.resize(k);
+}
 
 class Thinner {
 public:
@@ -79,52 +90,54 @@ public:
     void writeResult(std::uint8_t* skeleton) const { m_image.writeMask(skeleton); }
 
 private:
-    WordBorders wordBorders(std::int64_t w) const;
+    std::uint64_t activeInWord(std::int64_t w) const;
     void collectActive();
+    bool isCandidate(Entry& e, Index offset);
     void collectCandidates(int direction);
     bool removeSimpleCandidates();
     void updateActive();
 
     Eigen::Vector3i m_dims;
     int m_numDirections = 6;
-    Index m_directionOffsets[6] = {};
+    int m_threads = 1;                     // for the per-step candidate search
+    Index m_offsets[6] = {};               // linear offsets of the directions
+    std::uint32_t m_exposureMasks[6] = {}; // cube bits of the face neighbours of the neighbour in direction d
     BitVolume m_image;
-    BitVolume m_stale;     // neighbourhoods of voxels removed in the previous step
-    BitVolume m_activeSet; // voxels that are (or were, before removal) in m_active
-    ScratchVector<Entry> m_active;
-    ScratchVector<Entry> m_merged;         // buffer of updateActive()
-    std::vector<Entry> m_exposed;          // voxels that became active in the current step
-    std::vector<Index> m_removed;          // voxels removed in the current step
-    std::vector<std::size_t> m_candidates; // positions in m_active
-    std::vector<std::vector<std::size_t>> m_blockCandidates;
+    BitVolume m_stale;                           // neighbourhoods of removed voxels not yet re-evaluated
+    ScratchVector<Entry> m_active;               // sorted
+    ScratchVector<Entry> m_activeBuffer;         // buffer of updateActive()
+    std::array<std::vector<Entry>, 6> m_exposed; // voxels that became active in this step, per direction
+    std::vector<Entry> m_exposedMerged, m_exposedBuffer;
+    std::vector<Entry*> m_candidates; // in voxel order
+    std::vector<std::vector<Entry*>> m_blockCandidates;
 };
 
-Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims)
-    : m_dims(dims), m_image(dims), m_stale(dims), m_activeSet(dims) {
+Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims) : m_dims(dims), m_image(dims), m_stale(dims) {
     m_numDirections = dims.z() == 1 ? 4 : 6;
-    const Index sy = m_image.strideY(), sz = m_image.strideZ();
-    const Index offsets[6] = {-sy, sy, 1, -1, sz, -sz};
-    std::copy(offsets, offsets + 6, m_directionOffsets);
+    m_threads = threadsForShortLoops();
+    for (int d = 0; d < 6; ++d) {
+        m_offsets[d] =
+            kDirections[d].x() + kDirections[d].y() * m_image.strideY() + kDirections[d].z() * m_image.strideZ();
+        for (int e = 0; e < m_numDirections; ++e) {
+            const Eigen::Vector3i around = kDirections[d] + kDirections[e];
+            if (around != Eigen::Vector3i::Zero() && around.cwiseAbs().maxCoeff() == 1)
+                m_exposureMasks[d] |= std::uint32_t(1) << cubeBitOf(around);
+        }
+    }
     m_image.setFromMask(mask);
 }
 
-WordBorders Thinner::wordBorders(std::int64_t w) const {
+// The active voxels among the 64 voxels of word w: foreground with a background face neighbour.
+std::uint64_t Thinner::activeInWord(std::int64_t w) const {
     const std::uint64_t fg = m_image.word(w);
     const std::int64_t row = m_image.wordsPerRow(), plane = m_image.wordsPerPlane();
     // Bit k of previousX / nextX: voxel k - 1 / k + 1 is foreground.
     const std::uint64_t previousX = (fg << 1) | (m_image.word(w - 1) >> 63);
     const std::uint64_t nextX = (fg >> 1) | (m_image.word(w + 1) << 63);
-    WordBorders b;
-    b.direction[0] = fg & ~m_image.word(w - row);
-    b.direction[1] = fg & ~m_image.word(w + row);
-    b.direction[2] = fg & ~nextX;
-    b.direction[3] = fg & ~previousX;
-    b.direction[4] = fg & ~m_image.word(w + plane);
-    b.direction[5] = fg & ~m_image.word(w - plane);
-    b.any = 0;
-    for (int d = 0; d < m_numDirections; ++d)
-        b.any |= b.direction[d];
-    return b;
+    std::uint64_t interior = previousX & nextX & m_image.word(w - row) & m_image.word(w + row);
+    if (m_numDirections == 6)
+        interior &= m_image.word(w - plane) & m_image.word(w + plane);
+    return fg & ~interior;
 }
 
 void Thinner::collectActive() {
@@ -137,7 +150,7 @@ void Thinner::collectActive() {
         for (int y = 0; y < m_dims.y(); ++y) {
             for (std::int64_t w = m_image.rowFirstWord(y, z), end = w + m_image.wordsPerRow(); w < end; ++w) {
                 if (m_image.word(w))
-                    count += static_cast<std::size_t>(__builtin_popcountll(wordBorders(w).any));
+                    count += static_cast<std::size_t>(__builtin_popcountll(activeInWord(w)));
             }
         }
         offsets[static_cast<std::size_t>(z) + 1] = count;
@@ -152,48 +165,43 @@ void Thinner::collectActive() {
             for (std::int64_t w = m_image.rowFirstWord(y, z), end = w + m_image.wordsPerRow(); w < end; ++w) {
                 if (!m_image.word(w))
                     continue;
-                const WordBorders b = wordBorders(w);
-                m_activeSet.setWord(w, b.any);
-                for (std::uint64_t bits = b.any; bits != 0; bits &= bits - 1) {
-                    const int k = BitVolume::lowestBit(bits);
-                    Entry border = 0;
-                    for (int d = 0; d < m_numDirections; ++d)
-                        border |= ((b.direction[d] >> k) & 1) << d;
-                    m_active[position++] = static_cast<Entry>(w * 64 + k) << kIndexShift | border;
-                }
+                for (std::uint64_t bits = activeInWord(w); bits != 0; bits &= bits - 1)
+                    m_active[position++] = static_cast<Entry>(w * 64 + BitVolume::lowestBit(bits)) << kIndexShift;
             }
         }
     }
 }
 
+// Whether entry e is a candidate of the step with direction offset `offset`; refreshes its cached
+// deletability when a removal nearby made it stale.
+bool Thinner::isCandidate(Entry& e, Index offset) {
+    const Index v = voxelOf(e);
+    if (m_image.test(v + offset))
+        return false; // not a border voxel in this direction
+    // Neighbouring blocks may share stale words, hence the atomic access.
+    if (m_stale.testShared(v)) {
+        m_stale.resetShared(v);
+        e &= ~kKnown;
+    }
+    if (!(e & kKnown))
+        e = (e & ~kDeletable) | kKnown | (isDeletable(m_image.cube(v)) ? kDeletable : 0);
+    return e & kDeletable;
+}
+
 void Thinner::collectCandidates(int direction) {
     constexpr std::size_t kBlockSize = 8192;
-    const Entry directionBit = Entry(1) << direction;
+    const Index offset = m_offsets[direction];
     const std::size_t count = m_active.size();
     const std::size_t blocks = (count + kBlockSize - 1) / kBlockSize;
     if (m_blockCandidates.size() < blocks)
         m_blockCandidates.resize(blocks);
-#pragma omp parallel for schedule(dynamic, 1) if (blocks > 1)
+#pragma omp parallel for schedule(dynamic, 1) num_threads(m_threads) if (blocks > 1 && m_threads > 1)
     for (std::size_t b = 0; b < blocks; ++b) {
         auto& list = m_blockCandidates[b];
         list.clear();
         for (std::size_t i = b * kBlockSize, end = std::min(count, i + kBlockSize); i < end; ++i) {
-            Entry e = m_active[i];
-            const Index v = voxelOf(e);
-            std::uint32_t cube = 0;
-            const bool stale = m_stale.test(v);
-            if (stale) {
-                cube = m_image.cube(v);
-                e = static_cast<Entry>(v) << kIndexShift | borderBits(cube);
-            }
-            if ((e & directionBit) && !(e & kKnown)) {
-                if (!stale)
-                    cube = m_image.cube(v);
-                e |= kKnown | (isDeletable(cube) ? kDeletable : 0);
-            }
-            m_active[i] = e;
-            if ((e & directionBit) && (e & kDeletable))
-                list.push_back(i);
+            if (isCandidate(m_active[i], offset))
+                list.push_back(&m_active[i]);
         }
     }
     m_candidates.clear();
@@ -202,43 +210,41 @@ void Thinner::collectCandidates(int direction) {
 }
 
 bool Thinner::removeSimpleCandidates() {
-    for (std::size_t position : m_candidates) {
-        const Index v = voxelOf(m_active[position]);
-        // Without a removal next to it in this step, the neighbourhood is the one found deletable.
-        if (m_stale.test(v) && !ThinningTopology::hasSingleNeighborComponent(m_image.cube(v)))
+    bool changed = false;
+    for (Entry* entry : m_candidates) {
+        const Index v = voxelOf(*entry);
+        const std::uint32_t cube = m_image.cube(v);
+        // Without a removal next to it since its evaluation, the neighbourhood is the one found deletable.
+        if (m_stale.test(v) && !ThinningTopology::hasSingleNeighborComponent(cube))
             continue;
         m_image.reset(v);
-        m_active[position] |= kRemoved;
+        *entry |= kRemoved;
         m_stale.setCube(v);
-        m_removed.push_back(v);
+        changed = true;
+        // A foreground face neighbour u becomes active unless it already was, that is, unless a face
+        // neighbour of u other than v is background. Those lie in v's cube except the one beyond u.
         for (int d = 0; d < m_numDirections; ++d) {
-            const Index neighbor = v + m_directionOffsets[d];
-            if (m_image.test(neighbor) && !m_activeSet.test(neighbor)) {
-                m_activeSet.set(neighbor);
-                m_exposed.push_back(static_cast<Entry>(neighbor) << kIndexShift);
-            }
+            if (!((cube >> cubeBitOf(kDirections[d])) & 1))
+                continue;
+            const std::uint32_t around = m_exposureMasks[d];
+            if ((cube & around) == around && m_image.test(v + 2 * m_offsets[d]))
+                m_exposed[static_cast<std::size_t>(d)].push_back(static_cast<Entry>(v + m_offsets[d]) << kIndexShift);
         }
     }
-    return !m_removed.empty();
+    return changed;
 }
 
 void Thinner::updateActive() {
-    // One pass: drop removed entries while merging the sorted new ones in.
-    std::sort(m_exposed.begin(), m_exposed.end());
-    m_merged.resize(m_active.size() + m_exposed.size());
-    auto out = m_merged.begin();
-    auto added = m_exposed.begin();
-    for (Entry e : m_active) {
-        if (e & kRemoved)
-            continue;
-        while (added != m_exposed.end() && *added < e)
-            *out++ = *added++;
-        *out++ = e;
+    // Each direction's list is sorted, because the candidates were visited in order.
+    m_exposedMerged.clear();
+    for (auto& list : m_exposed) {
+        mergeDroppingRemoved(m_exposedMerged.data(), m_exposedMerged.size(), list.data(), list.size(), m_exposedBuffer);
+        m_exposedMerged.swap(m_exposedBuffer);
+        list.clear();
     }
-    out = std::copy(added, m_exposed.end(), out);
-    m_merged.erase(out, m_merged.end());
-    m_active.swap(m_merged);
-    m_exposed.clear();
+    mergeDroppingRemoved(m_active.data(), m_active.size(), m_exposedMerged.data(), m_exposedMerged.size(),
+                         m_activeBuffer);
+    m_active.swap(m_activeBuffer);
 }
 
 void Thinner::run() {
@@ -248,10 +254,6 @@ void Thinner::run() {
         unchangedDirections = 0;
         for (int d = 0; d < m_numDirections; ++d) {
             collectCandidates(d);
-            // Every stale entry has now been refreshed; the marks of the previous step are spent.
-            for (Index v : m_removed)
-                m_stale.clearCubeWords(v);
-            m_removed.clear();
             if (removeSimpleCandidates())
                 updateActive();
             else
