@@ -13,8 +13,8 @@ namespace {
 
 void BM_Resampling(benchmark::State& state) {
     const int size = static_cast<int>(state.range(0));
-    const auto mode = state.range(1) ? Tarnwick::ImageOps::Interpolation::Linear
-                                     : Tarnwick::ImageOps::Interpolation::Nearest;
+    const auto mode =
+        state.range(1) ? Tarnwick::ImageOps::Interpolation::Linear : Tarnwick::ImageOps::Interpolation::Nearest;
     const auto& mask = Tarnwick::Bench::cachedVesselMask(size);
     auto target = Tarnwick::Bench::touchedBuffer<std::uint8_t>(mask.size());
     const Eigen::Vector3d centre = Eigen::Vector3d::Constant((size - 1) / 2.0);
