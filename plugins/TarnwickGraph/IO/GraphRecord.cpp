@@ -10,8 +10,8 @@
 #include <istream>
 #include <limits>
 #include <optional>
-#include <stdexcept>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -132,9 +132,10 @@ bool writeRecord(const Graph& graph, RecordWriter& writer) {
     return ok;
 }
 
-/// Reads fields straight from the stream buffer. Every read reports whether the stream held enough
-/// bytes; text is read in bounded chunks so a corrupt length cannot make it allocate more than the
-/// stream actually contains. A short read marks the stream as failed.
+/// Reads fields straight from the stream buffer, the fixed-size part of each node and edge record in
+/// one call. Every read reports whether the stream held enough bytes; text is read in bounded chunks
+/// so a corrupt length cannot make it allocate more than the stream actually contains. A short read
+/// marks the stream as failed.
 class RecordReader {
 public:
     explicit RecordReader(std::istream& in) : m_in(in) {}
@@ -166,21 +167,34 @@ public:
         }
         return true;
     }
-    /// `count` is a descriptor count, so it is bounded by the bytes already read.
-    bool doubles(std::vector<double>& out, std::size_t count) {
-        out.resize(count);
-        return bytes(out.data(), count * sizeof(double));
+    /// Reads the fixed-size start of a node or edge record in one go: `headSize` bytes of ids and
+    /// position, `featureCount` doubles and the u32 length of the attribute text. `featureCount` is a
+    /// descriptor count, so it is bounded by the bytes already read.
+    bool fixedPart(std::size_t headSize, std::size_t featureCount) {
+        m_featureCount = featureCount;
+        m_fixed.resize(headSize + featureCount * sizeof(double) + sizeof(std::uint32_t));
+        return bytes(m_fixed.data(), m_fixed.size());
     }
-    /// An attribute block; `parsed` stays empty for L = 0. False with `malformed` set when the text
-    /// is not a valid attribute set, false without it when the stream ends.
+    /// A field of the head of the last fixed part.
+    template <typename T>
+    T field(std::size_t offset) const {
+        T v;
+        std::memcpy(&v, m_fixed.data() + offset, sizeof(T));
+        return v;
+    }
+    /// The features of the last fixed part.
+    void features(std::vector<double>& out) const {
+        out.resize(m_featureCount);
+        const std::size_t featuresAt = m_fixed.size() - sizeof(std::uint32_t) - m_featureCount * sizeof(double);
+        std::memcpy(out.data(), m_fixed.data() + featuresAt, m_featureCount * sizeof(double));
+    }
+    /// The attribute text announced by the last fixed part; `parsed` stays empty for length 0. False
+    /// with `malformed` set when the text is not a valid attribute set, false without it when the
+    /// stream ends.
     bool attributes(Properties& parsed, bool& malformed) {
-        std::uint32_t length = 0;
-        if (!value(length))
-            return false;
-        if (length == 0) {
-            parsed = Properties();
+        const auto length = field<std::uint32_t>(m_fixed.size() - sizeof(std::uint32_t));
+        if (length == 0)
             return true;
-        }
         if (!text(m_text, length))
             return false;
         std::optional<Properties> loaded = PropertiesIO::loadFromString(m_text, PropertiesIO::Json);
@@ -195,6 +209,8 @@ public:
 private:
     static constexpr std::size_t chunkSize = 1 << 16;
     std::istream& m_in;
+    std::vector<char> m_fixed;
+    std::size_t m_featureCount = 0;
     std::string m_text;
 };
 
@@ -249,13 +265,16 @@ bool readNodes(Graph& graph, RecordReader& reader) {
         return fail(invalid);
     const std::size_t featureCount = graph.nodeFeatureDescriptors().size();
     for (std::uint64_t i = 0; i < count; ++i) {
-        std::uint64_t id = 0;
+        if (!reader.fixedPart(4 * sizeof(std::uint64_t), featureCount)) // id, x, y, z
+            return fail(invalid);
         Graph::NodeInfo node;
+        for (int axis = 0; axis < 3; ++axis)
+            node.position[axis] = reader.field<double>(sizeof(std::uint64_t) * (axis + 1));
+        reader.features(node.features);
         bool malformed = false;
-        if (!reader.value(id) || !reader.bytes(node.position.data(), 3 * sizeof(double)) ||
-            !reader.doubles(node.features, featureCount) || !reader.attributes(node.attributes, malformed))
+        if (!reader.attributes(node.attributes, malformed))
             return fail(malformed ? "Failed to deserialize node attributes" : invalid);
-        graph.addOrReplaceNode(id, std::move(node));
+        graph.addOrReplaceNode(reader.field<std::uint64_t>(0), std::move(node));
     }
     return true;
 }
@@ -267,12 +286,14 @@ bool readEdges(Graph& graph, RecordReader& reader) {
         return fail(invalid);
     const std::size_t featureCount = graph.edgeFeatureDescriptors().size();
     for (std::uint64_t i = 0; i < count; ++i) {
-        std::uint64_t from = 0;
-        std::uint64_t to = 0;
+        if (!reader.fixedPart(2 * sizeof(std::uint64_t), featureCount)) // from, to
+            return fail(invalid);
+        const auto from = reader.field<std::uint64_t>(0);
+        const auto to = reader.field<std::uint64_t>(sizeof(std::uint64_t));
         Graph::EdgeInfo edge;
+        reader.features(edge.features);
         bool malformed = false;
-        if (!reader.value(from) || !reader.value(to) || !reader.doubles(edge.features, featureCount) ||
-            !reader.attributes(edge.attributes, malformed))
+        if (!reader.attributes(edge.attributes, malformed))
             return fail(malformed ? "Failed to deserialize edge attributes" : invalid);
         try {
             graph.addEdge(from, to, std::move(edge)); // throws std::out_of_range for an unknown node
