@@ -40,13 +40,18 @@ const char* statusMeaning(int status) {
 
 } // namespace
 
+bool AlgorithmRun::isKnown(const std::string& id) {
+    if (FactoryRegistry::get().findAlgorithm(id))
+        return true;
+    TW_LOG_ERROR("Unknown algorithm '{}'; 'tarnwick-cli algorithms' lists the available ones", id);
+    return false;
+}
+
 bool AlgorithmRun::create(const std::string& id, const DataList& inputs) {
     const FactoryRegistry& registry = FactoryRegistry::get();
     const auto info = registry.findAlgorithm(id);
-    if (!info) {
-        TW_LOG_ERROR("Unknown algorithm '{}'; 'tarnwick-cli algorithms' lists the available ones", id);
-        return false;
-    }
+    if (!info)
+        return isKnown(id);
     if (!info->factory->isCompatible(id, inputs)) {
         std::string given;
         for (const Data* data : inputs)

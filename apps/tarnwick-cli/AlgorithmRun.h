@@ -17,6 +17,8 @@ class AlgorithmRun {
 public:
     using Setting = std::pair<std::string, std::string>; ///< parameter name (or "group/member") and value
 
+    /// Whether `id` is in the catalogue; logs the reason when it is not.
+    static bool isKnown(const std::string& id);
     /// Creates algorithm `id` on `inputs`. False when the id is not in the catalogue or the algorithm
     /// does not accept the inputs.
     bool create(const std::string& id, const DataList& inputs);

@@ -75,7 +75,7 @@ int RunCommand::run(CommandContext&) {
 
 int RunCommand::runAlgorithm() {
     std::vector<AlgorithmRun::Setting> settings;
-    if (!parseSettings(m_settings, settings))
+    if (!parseSettings(m_settings, settings) || !AlgorithmRun::isKnown(m_target))
         return refused;
     DataStore store;
     DataList inputs;
