@@ -70,20 +70,27 @@ T valueAt(const std::string& bytes, std::size_t offset, bool swap) {
 
 // ---- NIfTI ----------------------------------------------------------------------------------
 
+/// Largest magnitude accepted in a NIfTI geometry field. Real spacings and positions are far
+/// smaller; larger finite values overflow the reader's orientation computation, which then never
+/// finishes.
+constexpr double maxGeometryValue = 1e9;
+
 /// What the checks need from a NIfTI-1 or NIfTI-2 header.
 struct NiftiHeader {
     /// Data offset plus voxel data size; nothing when the fields are out of range (the reader then
     /// reports the problem).
     std::optional<std::uint64_t> neededBytes;
-    /// Spacing, quaternion, offsets and affine rows are all finite numbers.
-    bool finiteGeometry = true;
+    /// Spacing, quaternion, offsets and affine rows are all finite and at most maxGeometryValue in size.
+    bool plausibleGeometry = true;
 };
 
 template <typename Real>
-bool allFinite(const std::string& header, std::size_t begin, std::size_t end, bool swap) {
-    for (std::size_t offset = begin; offset < end; offset += sizeof(Real))
-        if (!std::isfinite(valueAt<Real>(header, offset, swap)))
+bool allPlausible(const std::string& header, std::size_t begin, std::size_t end, bool swap) {
+    for (std::size_t offset = begin; offset < end; offset += sizeof(Real)) {
+        const double value = valueAt<Real>(header, offset, swap);
+        if (!(std::abs(value) <= maxGeometryValue))
             return false;
+    }
     return true;
 }
 
@@ -104,15 +111,16 @@ std::optional<NiftiHeader> parseNifti(const std::string& header) {
             bitsPerVoxel = valueAt<std::int16_t>(header, 72, swap);
             offset = valueAt<float>(header, 108, swap);
             // pixdim, then quaternion, offsets and the three affine rows.
-            parsed.finiteGeometry = allFinite<float>(header, 76, 108, swap) && allFinite<float>(header, 256, 328, swap);
+            parsed.plausibleGeometry =
+                allPlausible<float>(header, 76, 108, swap) && allPlausible<float>(header, 256, 328, swap);
         } else if (headerSize == 540 && header.size() >= 540) {
             rank = valueAt<std::int64_t>(header, 16, swap);
             for (int i = 1; i <= std::clamp<std::int64_t>(rank, 0, 7); ++i)
                 dims.push_back(valueAt<std::int64_t>(header, 16 + 8 * i, swap));
             bitsPerVoxel = valueAt<std::int16_t>(header, 14, swap);
             offset = static_cast<double>(valueAt<std::int64_t>(header, 168, swap));
-            parsed.finiteGeometry =
-                allFinite<double>(header, 104, 168, swap) && allFinite<double>(header, 352, 496, swap);
+            parsed.plausibleGeometry =
+                allPlausible<double>(header, 104, 168, swap) && allPlausible<double>(header, 352, 496, swap);
         } else {
             continue;
         }
@@ -143,8 +151,10 @@ std::string niftiHeaderBytes(const fs::path& path, bool gzipped) {
 
 std::string checkNiftiHeader(const fs::path& path, bool gzipped) {
     const std::optional<NiftiHeader> header = parseNifti(niftiHeaderBytes(path, gzipped));
-    if (header && !header->finiteGeometry)
-        return "the header is corrupt: its spacing or orientation holds a value that is not a finite number";
+    if (header && !header->plausibleGeometry)
+        return fmt::format("the header is corrupt: its spacing or orientation holds a value that is not a finite "
+                           "number of at most {:g}",
+                           maxGeometryValue);
     return {};
 }
 
@@ -351,9 +361,10 @@ class TiffReader {
 public:
     explicit TiffReader(const fs::path& path) : m_in(path, std::ios::binary), m_size(sizeOf(path)) {}
 
-    /// Empty when every strip and tile of every page lies inside the file and the pages, all alike,
-    /// hold exactly `dataBytes` bytes.
-    std::string check(std::uint64_t dataBytes) {
+    /// Empty when every directory entry is well formed, every strip and tile of every page lies inside
+    /// the file, all pages have the first page's size and format, and, when `dataBytes` is given, the
+    /// pages hold exactly that many bytes.
+    std::string check(std::optional<std::uint64_t> dataBytes) {
         std::string bytes;
         if (!read(0, 8, bytes))
             return {};
@@ -365,58 +376,106 @@ public:
             return {}; // not classic TIFF (BigTIFF or not TIFF): left to the reader
         std::uint64_t directory = valueAt<std::uint32_t>(bytes, 4, m_swap);
         std::set<std::uint64_t> visited;
-        std::array<std::uint64_t, 5> firstShape{};
+        Shape first{};
         std::uint64_t pages = 0;
-        for (int page = 0; directory != 0; ++page) {
+        for (; directory != 0; ++pages) {
             if (!visited.insert(directory).second)
                 return "the file is corrupt: its page directories form a loop";
-            std::string countBytes, entries, next;
-            if (!read(directory, 2, countBytes))
-                return pastEnd(page);
-            const std::uint64_t count = valueAt<std::uint16_t>(countBytes, 0, m_swap);
-            if (!read(directory + 2, 12 * count, entries) || !read(directory + 2 + 12 * count, 4, next))
-                return pastEnd(page);
-            std::vector<std::uint64_t> offsets, lengths;
-            // Width, height, bits per sample, samples per pixel and subfile type, with the format's defaults.
-            std::array<std::uint64_t, 5> shape = {0, 0, 1, 1, 0};
-            for (std::uint64_t i = 0; i < count; ++i) {
-                const std::uint16_t tag = valueAt<std::uint16_t>(entries, 12 * i, m_swap);
-                if (tag == 273 || tag == 324) { // strip or tile offsets
-                    if (!array(entries, 12 * i, offsets))
-                        return pastEnd(page);
-                } else if (tag == 279 || tag == 325) { // strip or tile byte counts
-                    if (!array(entries, 12 * i, lengths))
-                        return pastEnd(page);
-                } else if (tag == 256 || tag == 257 || tag == 258 || tag == 277 || tag == 254) {
-                    std::vector<std::uint64_t> values;
-                    if (!array(entries, 12 * i, values) || values.empty())
-                        return pastEnd(page);
-                    shape[tag == 256 ? 0 : tag == 257 ? 1 : tag == 258 ? 2 : tag == 277 ? 3 : 4] = values[0];
-                }
-            }
+            Shape shape;
+            const std::string error = checkPage(directory, static_cast<int>(pages), shape);
+            if (!error.empty())
+                return error;
             // The stack reader sizes its output from the first page and writes every page at that
             // size, so pages that differ would overrun the image.
-            ++pages;
-            if (page == 0)
-                firstShape = shape;
-            else if (shape != firstShape)
+            if (pages == 0)
+                first = shape;
+            else if (shape != first)
                 return fmt::format("the file is not a uniform stack: page {} differs from the first page in size "
                                    "or pixel format",
-                                   page);
-            if (offsets.size() != lengths.size())
-                return fmt::format("the file is corrupt: page {} has {} data offsets and {} lengths", page,
-                                   offsets.size(), lengths.size());
-            for (std::size_t i = 0; i < offsets.size(); ++i)
-                if (addSaturated(offsets[i], lengths[i]) > m_size)
-                    return pastEnd(page);
-            directory = valueAt<std::uint32_t>(next, 0, m_swap);
+                                   pages);
+            directory = shape.next;
         }
-        const std::uint64_t pageBytes = mulSaturated(mulSaturated(firstShape[0], firstShape[1]),
-                                                     mulSaturated(firstShape[3], (firstShape[2] + 7) / 8));
-        if (mulSaturated(pages, pageBytes) != dataBytes)
+        const std::uint64_t pageBytes =
+            mulSaturated(mulSaturated(first.width, first.height), mulSaturated(first.samples, (first.bits + 7) / 8));
+        if (dataBytes && mulSaturated(pages, pageBytes) != *dataBytes)
             return fmt::format("the file's {} pages of {} bytes do not match the {} bytes of the image its first page "
                                "describes (pages of different kinds are not supported)",
-                               pages, pageBytes, dataBytes);
+                               pages, pageBytes, *dataBytes);
+        return {};
+    }
+
+private:
+    /// What must agree between pages, with the format's defaults; `next` is the following directory.
+    struct Shape {
+        std::uint64_t width = 0, height = 0, bits = 1, samples = 1, subfileType = 0, next = 0;
+        bool operator!=(const Shape& o) const {
+            return width != o.width || height != o.height || bits != o.bits || samples != o.samples ||
+                   subfileType != o.subfileType;
+        }
+    };
+
+    std::string checkPage(std::uint64_t directory, int page, Shape& shape) {
+        std::string countBytes, entries, next;
+        if (!read(directory, 2, countBytes))
+            return pastEnd(page);
+        const std::uint64_t count = valueAt<std::uint16_t>(countBytes, 0, m_swap);
+        if (!read(directory + 2, 12 * count, entries) || !read(directory + 2 + 12 * count, 4, next))
+            return pastEnd(page);
+        shape.next = valueAt<std::uint32_t>(next, 0, m_swap);
+        std::vector<std::uint64_t> offsets, lengths;
+        for (std::uint64_t i = 0; i < count; ++i) {
+            const std::size_t entry = 12 * i;
+            const std::string error = checkEntry(entries, entry, page);
+            if (!error.empty())
+                return error;
+            const std::uint16_t tag = valueAt<std::uint16_t>(entries, entry, m_swap);
+            std::vector<std::uint64_t> values;
+            if (tag == 273 || tag == 324 || tag == 279 || tag == 325 || tag == 256 || tag == 257 || tag == 258 ||
+                tag == 277 || tag == 254) {
+                if (!array(entries, entry, values) || values.empty())
+                    return fmt::format("the file is corrupt: page {} has an invalid tag {}", page, tag);
+            }
+            if (tag == 273 || tag == 324) // strip or tile offsets
+                offsets = values;
+            else if (tag == 279 || tag == 325) // strip or tile byte counts
+                lengths = values;
+            else if (tag == 256)
+                shape.width = values[0];
+            else if (tag == 257)
+                shape.height = values[0];
+            else if (tag == 258)
+                shape.bits = values[0];
+            else if (tag == 277)
+                shape.samples = values[0];
+            else if (tag == 254)
+                shape.subfileType = values[0];
+        }
+        if (shape.width == 0 || shape.height == 0)
+            return fmt::format("the file is corrupt: page {} has no width or height", page);
+        if (offsets.size() != lengths.size())
+            return fmt::format("the file is corrupt: page {} has {} data offsets and {} lengths", page, offsets.size(),
+                               lengths.size());
+        for (std::size_t i = 0; i < offsets.size(); ++i)
+            if (addSaturated(offsets[i], lengths[i]) > m_size)
+                return pastEnd(page);
+        return {};
+    }
+
+    /// A directory entry must have a known type, its values must lie inside the file, and the text
+    /// tags the reader copies as strings must be text (the reader overruns its buffers otherwise).
+    std::string checkEntry(const std::string& entries, std::size_t entry, int page) {
+        static const std::set<std::uint16_t> textTags = {269, 270, 271, 272, 285, 305, 306, 315, 316, 33432};
+        const std::uint16_t tag = valueAt<std::uint16_t>(entries, entry, m_swap);
+        const std::uint16_t type = valueAt<std::uint16_t>(entries, entry + 2, m_swap);
+        const std::uint64_t count = valueAt<std::uint32_t>(entries, entry + 4, m_swap);
+        static const int widths[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4};
+        if (type == 0 || type >= std::size(widths))
+            return fmt::format("the file is corrupt: page {} has tag {} of unknown type {}", page, tag, type);
+        if (textTags.count(tag) && type != 2)
+            return fmt::format("the file is corrupt: page {} has text tag {} of type {}", page, tag, type);
+        const std::uint64_t bytes = mulSaturated(count, static_cast<std::uint64_t>(widths[type]));
+        if (bytes > 4 && addSaturated(valueAt<std::uint32_t>(entries, entry + 8, m_swap), bytes) > m_size)
+            return pastEnd(page);
         return {};
     }
 
@@ -475,6 +534,8 @@ std::string ImageFileLayout::checkHeader(const std::string& path) {
         return checkNiftiHeader(path, true);
     if (hasExtension(path, ".mha") || hasExtension(path, ".mhd"))
         return checkMetaImageHeader(path);
+    if (hasExtension(path, ".tif") || hasExtension(path, ".tiff"))
+        return TiffReader(path).check(std::nullopt);
     return {};
 }
 

@@ -292,6 +292,14 @@ TEST(ImageFileErrors, HeadersThatWouldBreakTheReadersAreRefused) {
     patch(tiff, width, std::uint16_t(600));
     writeFile(dir.file("pages.tif"), tiff);
     EXPECT_THAT(loadError(dir.file("pages.tif")), HasSubstr("page 1 differs from the first page"));
+    // A text tag (Software) that claims to hold numbers.
+    ASSERT_TRUE(ImageFileIO::save(makeSet(PixelType::UInt8, {6, 5, 2}), dir.file("text.tif")).ok());
+    tiff = readFile(dir.file("text.tif"));
+    const std::size_t software = tiffTagValueOffset(tiff, 0, 305);
+    ASSERT_NE(software, 0u);
+    patch(tiff, software - 6, std::uint16_t(3));
+    writeFile(dir.file("text.tif"), tiff);
+    EXPECT_THAT(loadError(dir.file("text.tif")), HasSubstr("text tag 305 of type 3"));
 }
 
 TEST(ImageFileErrors, GzipNiftiInSeveralMembersLoadsAndItsTruncationIsFound) {
