@@ -15,11 +15,13 @@ void BM_DistanceTransform(benchmark::State& state) {
     auto distances = Tarnwick::Bench::touchedBuffer<float>(mask.size());
     Tarnwick::ImageOps::DistanceTransformOptions options;
     options.signedDistance = state.range(1) != 0;
+    const double cpuStart = Tarnwick::Bench::processCpuSeconds();
     for (auto _ : state) {
         const bool ok = Tarnwick::ImageOps::distanceTransform(mask.data(), Eigen::Vector3i::Constant(size),
                                                               {0.5, 0.5, 0.8}, options, distances.data());
         benchmark::DoNotOptimize(ok);
     }
+    Tarnwick::Bench::reportProcessCpu(state, cpuStart);
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(mask.size()));
 }
 

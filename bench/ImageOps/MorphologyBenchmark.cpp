@@ -15,11 +15,13 @@ void BM_Closing(benchmark::State& state) {
     const auto& mask = Tarnwick::Bench::cachedVesselMask(size);
     auto closed = Tarnwick::Bench::touchedBuffer<std::uint8_t>(mask.size());
     const Tarnwick::ImageOps::MorphologyOptions options{Tarnwick::ImageOps::MorphologyOperation::Closing, radius};
+    const double cpuStart = Tarnwick::Bench::processCpuSeconds();
     for (auto _ : state) {
         const bool ok =
             Tarnwick::ImageOps::morphology(mask.data(), Eigen::Vector3i::Constant(size), options, closed.data());
         benchmark::DoNotOptimize(ok);
     }
+    Tarnwick::Bench::reportProcessCpu(state, cpuStart);
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(mask.size()));
 }
 

@@ -19,11 +19,14 @@ namespace Tarnwick::ImageOps {
 /// (and, where the shape demands it, surfaces) with the connected components, cavities and tunnels of the
 /// mask. The result is exactly that of the established sequential formulation: border directions in the
 /// order -y, +y, +x, -x, +z, -z; per direction all deletable border voxels are collected, then re-checked
-/// one by one in memory order.
+/// one by one in memory order, the re-check testing only that the neighbours stay one component. Like
+/// that formulation, it can therefore erase an object that is at most two voxels thick in every direction
+/// (a 2x2x2 cube disappears); thicker objects keep their topology.
 ///
-/// Cost: O(voxels) once, then per step O(current border voxels); about 4 bits of working memory per
-/// voxel; OpenMP for the candidate search. Invalid input (null buffer, a dimension < 1, too many voxels)
-/// logs an error and returns false.
+/// Cost: O(voxels) once, then per step O(current border voxels); two bits of working memory per voxel
+/// plus a list of the border voxels; OpenMP for the sweeps and for the candidate search (see
+/// threadsForShortLoops()). Invalid input (null buffer, a dimension < 1, too many voxels) logs an error
+/// and returns false.
 bool thin(const std::uint8_t* mask, const Eigen::Vector3i& dims, std::uint8_t* skeleton);
 
 /// thin() on a single-channel image; the skeleton keeps the spacing. nullptr (with a logged error) for
