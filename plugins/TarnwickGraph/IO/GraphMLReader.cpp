@@ -90,9 +90,12 @@ int nestingDepth(const char* p) {
             p = skipPast(p + 8, "]]>");
         } else if (*p == '?') {
             p = skipPast(p + 1, "?>");
-        } else if (*p == '!') {
+        } else if (startsWith(p, "!DOCTYPE") && p[8] && std::strchr(" \t\r\n", p[8])) {
+            // Ends at the first '>' outside square brackets.
             for (int brackets = 0; *p && (*p != '>' || brackets > 0); ++p)
-                brackets += *p == '[' ? 1 : *p == ']' ? -1 : 0;
+                brackets += *p == '[' ? 1 : (*p == ']' && brackets > 0) ? -1 : 0;
+        } else if (*p == '!') {
+            p = skipPast(p, ">");
         } else if (*p == '/') {
             --depth;
             p = skipPast(p, ">");

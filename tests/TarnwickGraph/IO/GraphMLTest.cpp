@@ -235,6 +235,7 @@ TEST(GraphMLReading, DeepNestingIsRefusedWithoutExhaustingTheStack) {
         "<!--" + std::string(1000, '/') + "</a></a></a>-->" + nested,
         "<x><![CDATA[</a></a></a></a>]]></x>" + nested,
         "<!DOCTYPE x [<!ENTITY e \"</a></a></a>\">]>" + nested,
+        "<!X [>" + nested + "]>",
     };
     for (const std::string& text : disguises) {
         LogCapture log;
@@ -247,6 +248,25 @@ TEST(GraphMLReading, DeepNestingIsRefusedWithoutExhaustingTheStack) {
     auto graph = readText(document(positionKeys2D, "", body));
     ASSERT_TRUE(graph);
     EXPECT_EQ(graph->numNodes(), 1u);
+}
+
+TEST(GraphMLReading, CorruptedFilesGiveAGraphOrOneErrorNeverACrash) {
+    const std::string good = toGraphML(*makeRichGraph(Graph::Directed, Graph::Dim3D), true);
+    LogCapture log;
+    for (std::size_t at = 0; at < good.size(); ++at) {
+        for (char replacement : {'<', '>', '/', '"', '\0', 'x'}) {
+            std::string text = good;
+            text[at] = replacement;
+            log.clear();
+            const auto graph = readText(text);
+            if (graph)
+                ASSERT_TRUE(graphIsConsistent(*graph)) << "byte " << at;
+            else
+                ASSERT_EQ(log.errors().size(), 1u) << "byte " << at;
+        }
+        if (at + 1 < good.size()) // only the final line break may go
+            ASSERT_FALSE(readText(good.substr(0, at))) << "truncated at " << at;
+    }
 }
 
 TEST(GraphMLReading, ImportIsSummarisedAtInfoLevel) {
