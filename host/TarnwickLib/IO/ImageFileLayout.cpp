@@ -94,46 +94,59 @@ bool allPlausible(const std::string& header, std::size_t begin, std::size_t end,
     return true;
 }
 
-/// Parses the start of a NIfTI file; nothing when the bytes are not a NIfTI header.
+/// The byte order of a NIfTI header: like the reader, decided by a dimension count between 1 and 7,
+/// then by the header size field, else native.
+template <typename Rank>
+bool niftiSwapped(const std::string& header, std::size_t rankOffset, std::int32_t headerSize) {
+    for (bool swap : {false, true}) {
+        const Rank rank = valueAt<Rank>(header, rankOffset, swap);
+        if (rank >= 1 && rank <= 7)
+            return swap;
+    }
+    return valueAt<std::int32_t>(header, 0, true) == headerSize;
+}
+
+/// Parses the start of a NIfTI file; nothing when it is too short. The reader accepts headers whose
+/// size field or magic is damaged, so anything that is not recognisably NIfTI-2 is read as NIfTI-1.
 std::optional<NiftiHeader> parseNifti(const std::string& header) {
     if (header.size() < 348)
         return std::nullopt;
-    for (bool swap : {false, true}) {
-        const std::int32_t headerSize = valueAt<std::int32_t>(header, 0, swap);
-        std::int64_t rank = 0, bitsPerVoxel = 0;
-        double offset = 0;
-        std::vector<std::int64_t> dims;
-        NiftiHeader parsed;
-        if (headerSize == 348) {
-            rank = valueAt<std::int16_t>(header, 40, swap);
-            for (int i = 1; i <= std::clamp<std::int64_t>(rank, 0, 7); ++i)
-                dims.push_back(valueAt<std::int16_t>(header, 40 + 2 * i, swap));
-            bitsPerVoxel = valueAt<std::int16_t>(header, 72, swap);
-            offset = valueAt<float>(header, 108, swap);
-            // pixdim, then quaternion, offsets and the three affine rows.
-            parsed.plausibleGeometry =
-                allPlausible<float>(header, 76, 108, swap) && allPlausible<float>(header, 256, 328, swap);
-        } else if (headerSize == 540 && header.size() >= 540) {
-            rank = valueAt<std::int64_t>(header, 16, swap);
-            for (int i = 1; i <= std::clamp<std::int64_t>(rank, 0, 7); ++i)
-                dims.push_back(valueAt<std::int64_t>(header, 16 + 8 * i, swap));
-            bitsPerVoxel = valueAt<std::int16_t>(header, 14, swap);
-            offset = static_cast<double>(valueAt<std::int64_t>(header, 168, swap));
-            parsed.plausibleGeometry =
-                allPlausible<double>(header, 104, 168, swap) && allPlausible<double>(header, 352, 496, swap);
-        } else {
-            continue;
-        }
-        if (rank < 1 || rank > 7 || bitsPerVoxel <= 0 || !std::isfinite(offset) || offset < 0 || offset > 1e18 ||
-            std::any_of(dims.begin(), dims.end(), [](std::int64_t n) { return n < 1; }))
-            return parsed;
-        std::uint64_t bits = static_cast<std::uint64_t>(bitsPerVoxel);
-        for (std::int64_t n : dims)
-            bits = mulSaturated(bits, static_cast<std::uint64_t>(n));
-        parsed.neededBytes = addSaturated(static_cast<std::uint64_t>(offset), bits / 8);
-        return parsed;
+    const bool version2 =
+        header.size() >= 540 &&
+        (header.compare(4, 4, "n+2\0", 4) == 0 || header.compare(4, 4, "ni2\0", 4) == 0 ||
+         valueAt<std::int32_t>(header, 0, false) == 540 || valueAt<std::int32_t>(header, 0, true) == 540);
+    NiftiHeader parsed;
+    std::int64_t rank, bitsPerVoxel;
+    double offset;
+    std::vector<std::int64_t> dims;
+    if (!version2) {
+        const bool swap = niftiSwapped<std::int16_t>(header, 40, 348);
+        rank = valueAt<std::int16_t>(header, 40, swap);
+        for (int i = 1; i <= std::clamp<std::int64_t>(rank, 0, 7); ++i)
+            dims.push_back(valueAt<std::int16_t>(header, 40 + 2 * i, swap));
+        bitsPerVoxel = valueAt<std::int16_t>(header, 72, swap);
+        offset = valueAt<float>(header, 108, swap);
+        // pixdim, then quaternion, offsets and the three affine rows.
+        parsed.plausibleGeometry =
+            allPlausible<float>(header, 76, 108, swap) && allPlausible<float>(header, 256, 328, swap);
+    } else {
+        const bool swap = niftiSwapped<std::int64_t>(header, 16, 540);
+        rank = valueAt<std::int64_t>(header, 16, swap);
+        for (int i = 1; i <= std::clamp<std::int64_t>(rank, 0, 7); ++i)
+            dims.push_back(valueAt<std::int64_t>(header, 16 + 8 * i, swap));
+        bitsPerVoxel = valueAt<std::int16_t>(header, 14, swap);
+        offset = static_cast<double>(valueAt<std::int64_t>(header, 168, swap));
+        parsed.plausibleGeometry =
+            allPlausible<double>(header, 104, 168, swap) && allPlausible<double>(header, 352, 496, swap);
     }
-    return std::nullopt;
+    if (rank < 1 || rank > 7 || bitsPerVoxel <= 0 || !std::isfinite(offset) || offset < 0 || offset > 1e18 ||
+        std::any_of(dims.begin(), dims.end(), [](std::int64_t n) { return n < 1; }))
+        return parsed;
+    std::uint64_t bits = static_cast<std::uint64_t>(bitsPerVoxel);
+    for (std::int64_t n : dims)
+        bits = mulSaturated(bits, static_cast<std::uint64_t>(n));
+    parsed.neededBytes = addSaturated(static_cast<std::uint64_t>(offset), bits / 8);
+    return parsed;
 }
 
 /// The first bytes of a NIfTI file, decompressed for .nii.gz.
