@@ -78,8 +78,8 @@ private:
     std::array<std::size_t, 3> m_stride;
 };
 
-/// The rays of one edge in pixel space: sample(r, c, s) is the pixel coordinate of the graph point
-/// midpoint + r * (c * u + s * w), with (u, w) the basis of the plane normal to the edge.
+/// The rays of one edge in pixel space: centre + r * offset(cos a, sin a) is the pixel coordinate of the
+/// graph point midpoint + r * (cos a * u + sin a * w), with (u, w) the basis of the plane normal to the edge.
 struct EdgeRays {
     Eigen::Vector3d centre;
     Eigen::Vector3d u;
