@@ -105,6 +105,11 @@ bool hasSingleNeighborComponent(std::uint32_t cube) {
     if (neighbors == 0)
         return true;
     std::uint32_t component = neighbors & (~neighbors + 1);
+    // Three growth steps reach most of a typical neighbourhood; taking them before the first test of the
+    // loop condition saves mispredicted branches.
+    component = dilate26(component) & neighbors;
+    component = dilate26(component) & neighbors;
+    component = dilate26(component) & neighbors;
     for (;;) {
         const std::uint32_t grown = dilate26(component) & neighbors;
         if (grown == component)
