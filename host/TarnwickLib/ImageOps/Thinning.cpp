@@ -58,28 +58,25 @@ bool isDeletable(std::uint32_t cube) {
            ThinningTopology::isEulerInvariant(cube);
 }
 
-// Merges two sorted entry ranges into `out` (resized to fit), leaving out removed entries. The choices
-// are arithmetic rather than branches because they are unpredictable.
+// Merges the sorted entries `a` and the (usually far fewer) sorted entries `b` into `out`, resized to
+// fit, leaving out removed entries. Runs of `a` between consecutive entries of `b` are copied by a loop
+// whose branch is predictable; the removal test is arithmetic.
 template <typename Out>
 void mergeDroppingRemoved(const Entry* a, std::size_t aCount, const Entry* b, std::size_t bCount, Out& out) {
     out.resize(aCount + bCount);
-    std::size_t i = 0, j = 0, k = 0;
-    while (i < aCount && j < bCount) {
-        const bool takeA = a[i] < b[j];
-        const Entry next = takeA ? a[i] : b[j];
-        out[k] = next;
-        k += !(next & kRemoved);
-        i += takeA;
-        j += !takeA;
-    }
-    for (; i < aCount; ++i) {
-        out[k] = a[i];
-        k += !(a[i] & kRemoved);
-    }
-    for (; j < bCount; ++j) {
+    std::size_t i = 0, k = 0;
+    auto copyBelow = [&](Entry limit) {
+        for (; i < aCount && a[i] < limit; ++i) {
+            out[k] = a[i];
+            k += !(a[i] & kRemoved);
+        }
+    };
+    for (std::size_t j = 0; j < bCount; ++j) {
+        copyBelow(b[j]);
         out[k] = b[j];
         k += !(b[j] & kRemoved);
     }
+    copyBelow(~Entry(0));
     out.resize(k);
 }
 
