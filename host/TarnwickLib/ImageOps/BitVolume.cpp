@@ -15,7 +15,7 @@ BitVolume::BitVolume(const Eigen::Vector3i& dims) : m_dims(dims) {
 }
 
 void BitVolume::setFromMask(const std::uint8_t* mask) {
-#pragma omp parallel for schedule(static) if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel for schedule(static) num_threads(threadsFor(voxelCount(m_dims)))
     for (int z = 0; z < m_dims.z(); ++z) {
         for (int y = 0; y < m_dims.y(); ++y) {
             const std::uint8_t* row = mask + (static_cast<std::int64_t>(z) * m_dims.y() + y) * m_dims.x();
@@ -41,7 +41,7 @@ void BitVolume::setFromMask(const std::uint8_t* mask) {
 }
 
 void BitVolume::writeMask(std::uint8_t* out) const {
-#pragma omp parallel for schedule(static) if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel for schedule(static) num_threads(threadsFor(voxelCount(m_dims)))
     for (int z = 0; z < m_dims.z(); ++z) {
         for (int y = 0; y < m_dims.y(); ++y) {
             std::uint8_t* row = out + (static_cast<std::int64_t>(z) * m_dims.y() + y) * m_dims.x();

@@ -52,7 +52,8 @@ class CappedTransform {
 public:
     CappedTransform(std::uint8_t* values, const Eigen::Vector3i& dims, int radius, bool outsideIsSource,
                     CappedOutput output)
-        : m_values(values), m_dims(dims), m_radius(radius), m_outsideIsSource(outsideIsSource), m_output(output) {}
+        : m_values(values), m_dims(dims), m_radius(radius), m_outsideIsSource(outsideIsSource), m_output(output),
+          m_threads(threadsFor(voxelCount(dims))) {}
 
     void alongX(const std::uint8_t* mask, bool sourcesAreForeground);
     void alongY(bool lastPass);
@@ -68,13 +69,14 @@ private:
     int m_radius;
     bool m_outsideIsSource;
     CappedOutput m_output;
+    int m_threads;
 };
 
 void CappedTransform::alongX(const std::uint8_t* mask, bool sourcesAreForeground) {
     const int nx = m_dims.x();
     const int rows = m_dims.y() * m_dims.z();
     const int none = nx + m_radius + 1; // farther than the cap
-#pragma omp parallel if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel num_threads(m_threads)
     {
         std::vector<int> distance(static_cast<std::size_t>(nx));
 #pragma omp for schedule(static)
@@ -150,7 +152,7 @@ void CappedTransform::windowMinimum(const std::uint8_t* rows, int count, int ind
 void CappedTransform::alongY(bool lastPass) {
     const int nx = m_dims.x(), ny = m_dims.y();
     const std::size_t plane = static_cast<std::size_t>(nx) * ny;
-#pragma omp parallel if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel num_threads(m_threads)
     {
         std::vector<std::uint8_t> original(plane);
 #pragma omp for schedule(static)
@@ -166,7 +168,7 @@ void CappedTransform::alongY(bool lastPass) {
 void CappedTransform::alongZ() {
     const int nx = m_dims.x(), nz = m_dims.z();
     const std::size_t plane = static_cast<std::size_t>(nx) * m_dims.y();
-#pragma omp parallel if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel num_threads(m_threads)
     {
         std::vector<std::uint8_t> slab(static_cast<std::size_t>(nx) * nz);
 #pragma omp for schedule(static)

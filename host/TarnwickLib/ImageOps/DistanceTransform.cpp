@@ -29,7 +29,7 @@ bool distanceTransform(const std::uint8_t* mask, const Eigen::Vector3i& dims, co
         squaredDistances(mask, options.insideDistance, dims, transform, opposite.data());
         const std::int64_t count = static_cast<std::int64_t>(opposite.size());
         // Each voxel is 0 in exactly one of the two transforms.
-#pragma omp parallel for schedule(static) if (worthParallel(opposite.size()))
+#pragma omp parallel for schedule(static) num_threads(threadsFor(opposite.size()))
         for (std::int64_t i = 0; i < count; ++i)
             distances[i] -= opposite[static_cast<std::size_t>(i)];
         return true;

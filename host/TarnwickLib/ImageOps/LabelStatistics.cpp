@@ -30,8 +30,9 @@ template <typename T>
 std::optional<std::map<std::int64_t, LabelBounds>> computeBounds(const T* labels, const Eigen::Vector3i& dims) {
     if (!validateVolume("computeBounds", labels, dims))
         return std::nullopt;
-    std::vector<BoundsTable> perThread(static_cast<std::size_t>(omp_get_max_threads()));
-#pragma omp parallel for schedule(static) if (worthParallel(voxelCount(dims)))
+    const int threads = threadsFor(voxelCount(dims));
+    std::vector<BoundsTable> perThread(static_cast<std::size_t>(threads));
+#pragma omp parallel for schedule(static) num_threads(threads)
     for (int z = 0; z < dims.z(); ++z) {
         BoundsTable& table = perThread[static_cast<std::size_t>(omp_get_thread_num())];
         for (int y = 0; y < dims.y(); ++y) {

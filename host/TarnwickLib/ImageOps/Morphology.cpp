@@ -36,7 +36,7 @@ void applyBall(const std::uint8_t* source, std::uint8_t* target, const Eigen::Ve
     squaredDistances(source, dilate, dims, options, squared.data());
     const float cap = static_cast<float>(radius) * static_cast<float>(radius);
     const std::int64_t count = static_cast<std::int64_t>(squared.size());
-#pragma omp parallel for schedule(static) if (worthParallel(squared.size()))
+#pragma omp parallel for schedule(static) num_threads(threadsFor(squared.size()))
     for (std::int64_t i = 0; i < count; ++i)
         target[i] = (squared[static_cast<std::size_t>(i)] <= cap) == dilate;
 }

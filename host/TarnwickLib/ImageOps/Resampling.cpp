@@ -184,7 +184,7 @@ bool resample(const T* source, const Eigen::Vector3i& sourceDims, int channels, 
     const bool nearest = options.interpolation == Interpolation::Nearest;
     const Eigen::Vector3d stepX = targetToSource.block<3, 1>(0, 0);
     const Eigen::Matrix<double, 3, 4> affine = targetToSource.topRows<3>();
-#pragma omp parallel for schedule(dynamic, 1) if (worthParallel(voxelCount(targetDims)))
+#pragma omp parallel for schedule(dynamic, 1) num_threads(threadsFor(voxelCount(targetDims)))
     for (int z = 0; z < targetDims.z(); ++z) {
         for (int y = 0; y < targetDims.y(); ++y) {
             const Eigen::Vector3d rowStart = affine * Eigen::Vector4d(0, y, z, 1);

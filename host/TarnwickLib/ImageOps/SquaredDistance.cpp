@@ -89,7 +89,8 @@ class SeparableTransform {
 public:
     SeparableTransform(const std::uint8_t* mask, bool sourcesAreForeground, const Eigen::Vector3i& dims,
                        const SquaredDistanceOptions& options, float* values)
-        : m_mask(mask), m_sourceValue(sourcesAreForeground), m_dims(dims), m_options(options), m_values(values) {}
+        : m_mask(mask), m_sourceValue(sourcesAreForeground), m_dims(dims), m_options(options), m_values(values),
+          m_threads(threadsFor(voxelCount(dims))) {}
 
     void alongX();
     void alongLines(int axis, bool lastPass);
@@ -112,6 +113,7 @@ private:
     Eigen::Vector3i m_dims;
     const SquaredDistanceOptions& m_options;
     float* m_values;
+    int m_threads;
 };
 
 void SeparableTransform::alongX() {
@@ -119,7 +121,7 @@ void SeparableTransform::alongX() {
     const int rows = m_dims.y() * m_dims.z();
     constexpr int kNone = 1 << 30; // farther than any volume is long
     const double step = m_options.spacing.x();
-#pragma omp parallel if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel num_threads(m_threads)
     {
         std::vector<int> distance(static_cast<std::size_t>(nx));
 #pragma omp for schedule(static)
@@ -168,7 +170,7 @@ void SeparableTransform::alongLines(int axis, bool lastPass) {
     // runs are long and such strided access thrashes caches and page tables, so the xz slab is then
     // copied to contiguous memory first.
     const bool copySlabs = axis == 2 && mostlyTargets();
-#pragma omp parallel if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel num_threads(m_threads)
     {
         RunEnvelope envelope(n);
         std::vector<int> runStart(static_cast<std::size_t>(nx));
@@ -227,7 +229,7 @@ void SeparableTransform::alongLines(int axis, bool lastPass) {
 bool SeparableTransform::mostlyTargets() const {
     const std::int64_t count = static_cast<std::int64_t>(voxelCount(m_dims));
     std::int64_t sources = 0;
-#pragma omp parallel for schedule(static) reduction(+ : sources) if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel for schedule(static) reduction(+ : sources) num_threads(m_threads)
     for (std::int64_t i = 0; i < count; ++i)
         sources += (m_mask[i] != 0) == m_sourceValue;
     return 2 * sources < count;

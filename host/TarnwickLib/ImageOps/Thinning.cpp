@@ -96,7 +96,7 @@ private:
 
     Eigen::Vector3i m_dims;
     int m_numDirections = 6;
-    int m_threads = 1;                     // for the per-step candidate search
+    int m_threads = 1;
     Index m_offsets[6] = {};               // linear offsets of the directions
     std::uint32_t m_exposureMasks[6] = {}; // cube bits of the face neighbours of the neighbour in direction d
     BitVolume m_image;
@@ -111,7 +111,7 @@ private:
 
 Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims) : m_dims(dims), m_image(dims), m_stale(dims) {
     m_numDirections = dims.z() == 1 ? 4 : 6;
-    m_threads = threadsForShortLoops();
+    m_threads = threadsFor(voxelCount(dims));
     for (int d = 0; d < 6; ++d) {
         m_offsets[d] =
             kDirections[d].x() + kDirections[d].y() * m_image.strideY() + kDirections[d].z() * m_image.strideZ();
@@ -141,7 +141,7 @@ void Thinner::collectActive() {
     // Two passes over the words: count the active voxels per plane, then fill the list in place.
     const int planes = m_dims.z();
     std::vector<std::size_t> offsets(static_cast<std::size_t>(planes) + 1, 0);
-#pragma omp parallel for schedule(static) if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel for schedule(static) num_threads(m_threads)
     for (int z = 0; z < planes; ++z) {
         std::size_t count = 0;
         for (int y = 0; y < m_dims.y(); ++y) {
@@ -155,7 +155,7 @@ void Thinner::collectActive() {
     for (int z = 0; z < planes; ++z)
         offsets[static_cast<std::size_t>(z) + 1] += offsets[static_cast<std::size_t>(z)];
     m_active.resize(offsets.back());
-#pragma omp parallel for schedule(static) if (worthParallel(voxelCount(m_dims)))
+#pragma omp parallel for schedule(static) num_threads(m_threads)
     for (int z = 0; z < planes; ++z) {
         std::size_t position = offsets[static_cast<std::size_t>(z)];
         for (int y = 0; y < m_dims.y(); ++y) {
@@ -192,7 +192,7 @@ void Thinner::collectCandidates(int direction) {
     const std::size_t blocks = (count + kBlockSize - 1) / kBlockSize;
     if (m_blockCandidates.size() < blocks)
         m_blockCandidates.resize(blocks);
-#pragma omp parallel for schedule(dynamic, 1) num_threads(m_threads) if (blocks > 1 && m_threads > 1)
+#pragma omp parallel for schedule(dynamic, 1) num_threads(blocks > 1 ? m_threads : 1)
     for (std::size_t b = 0; b < blocks; ++b) {
         auto& list = m_blockCandidates[b];
         list.clear();

@@ -24,8 +24,8 @@ namespace Tarnwick::ImageOps {
 /// (a 2x2x2 cube disappears); thicker objects keep their topology.
 ///
 /// Cost: O(voxels) once, then per step O(current border voxels); two bits of working memory per voxel
-/// plus a list of the border voxels; OpenMP for the sweeps and for the candidate search (see
-/// threadsForShortLoops()). Invalid input (null buffer, a dimension < 1, too many voxels) logs an error
+/// plus a list of the border voxels; OpenMP for the sweeps and for the candidate search (see threadsFor()).
+/// Invalid input (null buffer, a dimension < 1, too many voxels) logs an error
 /// and returns false.
 bool thin(const std::uint8_t* mask, const Eigen::Vector3i& dims, std::uint8_t* skeleton);
 

@@ -18,7 +18,7 @@ bool threshold(const T* values, std::size_t count, double level, std::uint8_t* m
         return false;
     }
     const std::int64_t n = static_cast<std::int64_t>(count);
-#pragma omp parallel for schedule(static) if (worthParallel(count))
+#pragma omp parallel for schedule(static) num_threads(threadsFor(count))
     for (std::int64_t i = 0; i < n; ++i)
         mask[i] = static_cast<double>(values[i]) > level;
     return true;
