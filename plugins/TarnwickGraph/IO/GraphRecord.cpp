@@ -185,6 +185,8 @@ public:
     /// The features of the last fixed part.
     void features(std::vector<double>& out) const {
         out.resize(m_featureCount);
+        if (m_featureCount == 0)
+            return; // memcpy must not see the null data of an empty vector
         const std::size_t featuresAt = m_fixed.size() - sizeof(std::uint32_t) - m_featureCount * sizeof(double);
         std::memcpy(out.data(), m_fixed.data() + featuresAt, m_featureCount * sizeof(double));
     }
