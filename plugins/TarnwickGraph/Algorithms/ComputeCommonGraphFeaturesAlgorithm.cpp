@@ -5,6 +5,7 @@
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
 
 #include <TarnwickGraph/Algorithms/DiameterEstimation.h>
+#include <TarnwickGraph/Algorithms/GraphSelection.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
 
 #include <TarnwickCore/Log.h>
@@ -67,12 +68,11 @@ ComputeCommonGraphFeaturesAlgorithm::ComputeCommonGraphFeaturesAlgorithm(Graph& 
 }
 
 bool ComputeCommonGraphFeaturesAlgorithm::createCompatible(const DataList& data, Algorithm** out) {
-    const std::vector<Graph*> graphs = data.getAll<Graph>();
-    const std::vector<SharedImageSet*> images = data.getAll<SharedImageSet>();
-    if (graphs.size() != 1 || images.size() > 1 || graphs.size() + images.size() != data.size())
+    const auto selection = graphWithOptionalImage(data);
+    if (!selection)
         return false;
     if (out)
-        *out = new ComputeCommonGraphFeaturesAlgorithm(*graphs.front(), images.empty() ? nullptr : images.front());
+        *out = new ComputeCommonGraphFeaturesAlgorithm(*selection->graph, selection->image);
     return true;
 }
 

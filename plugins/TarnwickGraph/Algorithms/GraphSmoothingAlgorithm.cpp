@@ -9,6 +9,7 @@
 
 #include <TarnwickCore/Log.h>
 #include <TarnwickGraph/Algorithms/DistanceWeightedCurveShortening.h>
+#include <TarnwickGraph/Algorithms/GraphSelection.h>
 #include <TarnwickGraph/Graph/Graph.h>
 #include <TarnwickGraph/Graph/GraphMatrixUtils.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
@@ -52,12 +53,11 @@ GraphSmoothingAlgorithm::GraphSmoothingAlgorithm(Graph& graph, SharedImageSet* l
 }
 
 bool GraphSmoothingAlgorithm::createCompatible(const DataList& data, Algorithm** out) {
-    const auto graphs = data.getAll<Graph>();
-    const auto images = data.getAll<SharedImageSet>();
-    if (graphs.size() != 1 || images.size() > 1 || graphs.size() + images.size() != data.size())
+    const auto selection = graphWithOptionalImage(data);
+    if (!selection)
         return false;
     if (out)
-        *out = new GraphSmoothingAlgorithm(*graphs.front(), images.empty() ? nullptr : images.front());
+        *out = new GraphSmoothingAlgorithm(*selection->graph, selection->image);
     return true;
 }
 

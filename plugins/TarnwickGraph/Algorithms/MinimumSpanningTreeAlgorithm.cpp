@@ -7,6 +7,7 @@
 
 #include <TarnwickCore/Log.h>
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphSelection.h>
 #include <TarnwickGraph/Graph/Graph.h>
 #include <TarnwickGraph/Graph/GraphMatrixUtils.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
@@ -125,12 +126,11 @@ MinimumSpanningTreeAlgorithm::MinimumSpanningTreeAlgorithm(Graph& graph, SharedI
 }
 
 bool MinimumSpanningTreeAlgorithm::createCompatible(const DataList& data, Algorithm** out) {
-    const auto graphs = data.getAll<Graph>();
-    const auto images = data.getAll<SharedImageSet>();
-    if (graphs.size() != 1 || images.size() > 1 || graphs.size() + images.size() != data.size())
+    const auto selection = graphWithOptionalImage(data);
+    if (!selection)
         return false;
     if (out)
-        *out = new MinimumSpanningTreeAlgorithm(*graphs.front(), images.empty() ? nullptr : images.front());
+        *out = new MinimumSpanningTreeAlgorithm(*selection->graph, selection->image);
     return true;
 }
 
