@@ -1,5 +1,6 @@
 #include <TarnwickLib/IO/ImageSetRecord.h>
 
+#include <TarnwickLib/IO/BinaryValue.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 
 #include <fmt/format.h>
@@ -16,26 +17,16 @@ namespace {
 /// Values read before the buffer first grows; it doubles from there up to the declared size.
 constexpr std::size_t initialChunkBytes = std::size_t(4) << 20;
 
-template <typename T>
-void put(std::ostream& out, T value) {
-    out.write(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
-template <typename T>
-bool get(std::istream& in, T& value) {
-    return static_cast<bool>(in.read(reinterpret_cast<char*>(&value), sizeof(value)));
-}
-
 void putMatrix(std::ostream& out, const Eigen::Matrix4d& matrix) {
     for (int row = 0; row < 4; ++row)
         for (int column = 0; column < 4; ++column)
-            put<double>(out, matrix(row, column));
+            putValue<double>(out, matrix(row, column));
 }
 
 bool getMatrix(std::istream& in, Eigen::Matrix4d& matrix) {
     for (int row = 0; row < 4; ++row)
         for (int column = 0; column < 4; ++column)
-            if (!get<double>(in, matrix(row, column)))
+            if (!getValue<double>(in, matrix(row, column)))
                 return false;
     return true;
 }
@@ -80,9 +71,9 @@ std::shared_ptr<SharedImage> readImage(std::istream& in, std::uint32_t index, st
     Eigen::Matrix4d matrix;
     std::uint32_t modality = 0;
     std::uint64_t byteCount = 0;
-    if (!get(in, typeCode) || !get(in, dimensions.x()) || !get(in, dimensions.y()) || !get(in, dimensions.z()) ||
-        !get(in, channels) || !get(in, spacing.x()) || !get(in, spacing.y()) || !get(in, spacing.z()) ||
-        !getMatrix(in, matrix) || !get(in, modality) || !get(in, byteCount))
+    if (!getValue(in, typeCode) || !getValue(in, dimensions.x()) || !getValue(in, dimensions.y()) || !getValue(in, dimensions.z()) ||
+        !getValue(in, channels) || !getValue(in, spacing.x()) || !getValue(in, spacing.y()) || !getValue(in, spacing.z()) ||
+        !getMatrix(in, matrix) || !getValue(in, modality) || !getValue(in, byteCount))
         return fail("the record ends inside the image header");
     if (!isValidPixelType(typeCode))
         return fail(fmt::format("unknown pixel type code {}", typeCode));
@@ -114,23 +105,23 @@ std::shared_ptr<SharedImage> readImage(std::istream& in, std::uint32_t index, st
 } // namespace
 
 bool ImageSetRecord::write(const SharedImageSet& images, std::ostream& out) {
-    put<std::uint32_t>(out, version);
-    put<std::uint32_t>(out, static_cast<std::uint32_t>(images.modality()));
+    putValue<std::uint32_t>(out, version);
+    putValue<std::uint32_t>(out, static_cast<std::uint32_t>(images.modality()));
     putMatrix(out, images.matrixToWorld());
-    put<std::int32_t>(out, images.selectedIndex());
-    put<std::uint32_t>(out, static_cast<std::uint32_t>(images.size()));
+    putValue<std::int32_t>(out, images.selectedIndex());
+    putValue<std::uint32_t>(out, static_cast<std::uint32_t>(images.size()));
     for (int i = 0; i < images.size() && out; ++i) {
         const SharedImage& image = *images.get(i);
         const ImageDescriptor& descriptor = image.descriptor();
-        put<std::int32_t>(out, static_cast<std::int32_t>(descriptor.pixelType));
+        putValue<std::int32_t>(out, static_cast<std::int32_t>(descriptor.pixelType));
         for (int axis = 0; axis < 3; ++axis)
-            put<std::int32_t>(out, descriptor.dimensions[axis]);
-        put<std::int32_t>(out, descriptor.channels);
+            putValue<std::int32_t>(out, descriptor.dimensions[axis]);
+        putValue<std::int32_t>(out, descriptor.channels);
         for (int axis = 0; axis < 3; ++axis)
-            put<double>(out, descriptor.spacing[axis]);
+            putValue<double>(out, descriptor.spacing[axis]);
         putMatrix(out, image.matrixToWorld());
-        put<std::uint32_t>(out, static_cast<std::uint32_t>(image.modality()));
-        put<std::uint64_t>(out, descriptor.byteSize());
+        putValue<std::uint32_t>(out, static_cast<std::uint32_t>(image.modality()));
+        putValue<std::uint64_t>(out, descriptor.byteSize());
         out.write(static_cast<const char*>(image.mem()->data()), static_cast<std::streamsize>(descriptor.byteSize()));
     }
     return static_cast<bool>(out);
@@ -144,7 +135,7 @@ bool ImageSetRecord::read(SharedImageSet& images, std::istream& in, std::string&
     std::uint32_t recordVersion = 0, modality = 0, count = 0;
     Eigen::Matrix4d matrix;
     std::int32_t selected = 0;
-    if (!get(in, recordVersion)) {
+    if (!getValue(in, recordVersion)) {
         error = "the record ends before its version";
         return false;
     }
@@ -153,7 +144,7 @@ bool ImageSetRecord::read(SharedImageSet& images, std::istream& in, std::string&
             fmt::format("unsupported image record version {} (this program reads version {})", recordVersion, version);
         return false;
     }
-    if (!get(in, modality) || !getMatrix(in, matrix) || !get(in, selected) || !get(in, count)) {
+    if (!getValue(in, modality) || !getMatrix(in, matrix) || !getValue(in, selected) || !getValue(in, count)) {
         error = "the record ends inside the image set header";
         return false;
     }

@@ -4,6 +4,7 @@
 #include <TarnwickCore/Platform.h>
 #include <TarnwickCore/Progress.h>
 #include <TarnwickLib/IO/AtomicFileWriter.h>
+#include <TarnwickLib/IO/BinaryValue.h>
 #include <TarnwickLib/IO/BoundedStreamBuffer.h>
 
 #include <fmt/format.h>
@@ -32,16 +33,6 @@ struct PluginList {
 PluginList& pluginList() {
     static PluginList list;
     return list;
-}
-
-template <typename T>
-void put(std::ostream& out, T value) {
-    out.write(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
-template <typename T>
-bool get(std::istream& in, T& value) {
-    return static_cast<bool>(in.read(reinterpret_cast<char*>(&value), sizeof(value)));
 }
 
 // Bytes left between the read position and the end, or nothing when the stream cannot seek.
@@ -95,16 +86,16 @@ bool writeRecord(std::ostream& out, Data& data, TarnwickFilePlugin& plugin, Prog
         error = fmt::format("the name of {} is longer than {} bytes", describeItem(data), TarnwickFile::maxNameLength);
         return false;
     }
-    put<std::uint32_t>(out, plugin.saveType(&data));
-    put<std::uint32_t>(out, plugin.saveVersion(&data));
-    put<std::uint32_t>(out, static_cast<std::uint32_t>(name.size()));
+    putValue<std::uint32_t>(out, plugin.saveType(&data));
+    putValue<std::uint32_t>(out, plugin.saveVersion(&data));
+    putValue<std::uint32_t>(out, static_cast<std::uint32_t>(name.size()));
     out.write(name.data(), static_cast<std::streamsize>(name.size()));
     const std::streampos lengthPosition = out.tellp();
     if (lengthPosition < 0) {
         error = "the output stream is not seekable";
         return false;
     }
-    put<std::uint64_t>(out, 0);
+    putValue<std::uint64_t>(out, 0);
     const std::streampos payloadStart = out.tellp();
     if (!plugin.save(&data, out, progress)) {
         error = "the file plug-in could not write " + describeItem(data);
@@ -116,7 +107,7 @@ bool writeRecord(std::ostream& out, Data& data, TarnwickFilePlugin& plugin, Prog
         return false;
     }
     out.seekp(lengthPosition);
-    put<std::uint64_t>(out, static_cast<std::uint64_t>(payloadEnd - payloadStart));
+    putValue<std::uint64_t>(out, static_cast<std::uint64_t>(payloadEnd - payloadStart));
     out.seekp(payloadEnd);
     return true;
 }
@@ -129,7 +120,7 @@ bool readRecord(std::istream& in, std::uint32_t index, std::uint32_t count, Prog
         return false;
     };
     std::uint32_t typeId = 0, version = 0, nameLength = 0;
-    if (!get(in, typeId) || !get(in, version) || !get(in, nameLength))
+    if (!getValue(in, typeId) || !getValue(in, version) || !getValue(in, nameLength))
         return truncated();
     if (nameLength > TarnwickFile::maxNameLength) {
         error = fmt::format("record {} of {} has a name of {} bytes (at most {} are allowed)", index + 1, count,
@@ -138,7 +129,7 @@ bool readRecord(std::istream& in, std::uint32_t index, std::uint32_t count, Prog
     }
     std::string name(nameLength, '\0');
     std::uint64_t payloadLength = 0;
-    if (!in.read(name.data(), nameLength) || !get(in, payloadLength))
+    if (!in.read(name.data(), nameLength) || !getValue(in, payloadLength))
         return truncated();
     const auto remaining = remainingBytes(in);
     if (remaining && payloadLength > *remaining) {
@@ -227,8 +218,8 @@ bool TarnwickFile::write(std::ostream& out, const DataList& data, Progress* prog
     ProgressTask task(progress, "Saving data", static_cast<std::int64_t>(data.size()));
     try {
         out.write(magic, sizeof(magic));
-        put<std::uint32_t>(out, formatVersion);
-        put<std::uint32_t>(out, static_cast<std::uint32_t>(data.size()));
+        putValue<std::uint32_t>(out, formatVersion);
+        putValue<std::uint32_t>(out, static_cast<std::uint32_t>(data.size()));
         for (std::size_t i = 0; i < data.size(); ++i) {
             if (task.canceled()) {
                 error = "saving was canceled";
@@ -257,7 +248,7 @@ std::optional<OwningDataList> TarnwickFile::read(std::istream& in, Progress* pro
         return std::nullopt;
     }
     std::uint32_t version = 0, count = 0;
-    if (!get(in, version) || !get(in, count)) {
+    if (!getValue(in, version) || !getValue(in, count)) {
         error = "the file ends inside its header";
         return std::nullopt;
     }
