@@ -4,7 +4,6 @@
 #include "support/TestImages.h"
 
 #include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 #include <TarnwickLib/Data/Mesh.h>
 
 #include <gtest/gtest.h>
@@ -33,17 +32,6 @@ std::vector<Eigen::Vector3d> positions(const Graph& graph) {
     std::vector<Eigen::Vector3d> result;
     graph.forEachNode([&](unsigned long, const Graph::NodeInfo& node) { result.push_back(node.position); });
     return result;
-}
-
-TEST(CombineGraphsTest, IsInTheCatalogue) {
-    const GraphPluginFactory factory;
-    const AlgorithmFactory::Entry* entry = factory.entry("CombineGraphs");
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->menuName, "Graph;Combine Graphs");
-    Graph a(Graph::Undirected, Graph::Dim3D), b(Graph::Undirected, Graph::Dim3D);
-    const std::unique_ptr<Algorithm> algorithm = factory.create("CombineGraphs", DataList{&a, &b});
-    EXPECT_NE(dynamic_cast<CombineGraphsAlgorithm*>(algorithm.get()), nullptr);
-    EXPECT_FALSE(factory.isCompatible("CombineGraphs", DataList{&a}));
 }
 
 TEST(CombineGraphsTest, AcceptsTwoOrMoreGraphsIgnoringOtherData) {

@@ -4,7 +4,6 @@
 #include "support/TubeImages.h"
 
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 #include <TarnwickLib/Data/Mesh.h>
 
 #include <gtest/gtest.h>
@@ -53,17 +52,6 @@ std::unique_ptr<Algo> create(const DataList& data) {
     return std::unique_ptr<Algo>(static_cast<Algo*>(out));
 }
 
-TEST(ComputeCommonGraphFeaturesTest, IsInTheCatalogue) {
-    const GraphPluginFactory factory;
-    const AlgorithmFactory::Entry* entry = factory.entry("ComputeFeatures");
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->menuName, "Graph;Compute Features");
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    const std::unique_ptr<Algorithm> algorithm = factory.create("ComputeFeatures", DataList{&graph});
-    EXPECT_NE(dynamic_cast<ComputeCommonGraphFeaturesAlgorithm*>(algorithm.get()), nullptr);
-    EXPECT_FALSE(factory.isCompatible("ComputeFeatures", DataList{&graph, &graph}));
-}
-
 TEST(ComputeCommonGraphFeaturesTest, AcceptsOneGraphWithAtMostOneImageSet) {
     Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
     auto labels = tubeLabels(), second = tubeLabels();
@@ -89,19 +77,8 @@ TEST(ComputeCommonGraphFeaturesTest, AcceptsOneGraphWithAtMostOneImageSet) {
 TEST(ComputeCommonGraphFeaturesTest, ParametersAndTheirVisibilityFollowTheMode) {
     Graph graph(Graph::Undirected, Graph::Dim3D);
     Algo withoutLabels(graph, nullptr);
-    std::vector<std::string> names;
-    for (const ParameterBase* parameter : withoutLabels.parameters())
-        names.push_back(parameter->name());
-    EXPECT_EQ(names,
-              (std::vector<std::string>{"mode", "averageZeroEdges", "threshold", "slidingAverage", "clampEdges"}));
     EXPECT_EQ(withoutLabels.mode.attribute("values"), "EdgeLength, Diameter, CrossSection, Degree, VesselDiameter");
     EXPECT_EQ(withoutLabels.mode.value(), Algo::EdgeLength);
-    EXPECT_FALSE(withoutLabels.averageZeroEdges.value());
-    EXPECT_EQ(withoutLabels.threshold.value(), 0.5);
-    EXPECT_EQ(withoutLabels.slidingAverage.value(), std::optional<int>(3));
-    EXPECT_EQ(withoutLabels.slidingAverage.defaultValue(), std::optional<int>(3));
-    EXPECT_TRUE(withoutLabels.clampEdges.value());
-
     auto hidden = [](const Algo& a) {
         return std::vector<std::string>{a.averageZeroEdges.attribute("hidden"), a.threshold.attribute("hidden"),
                                         a.slidingAverage.attribute("hidden"), a.clampEdges.attribute("hidden")};
@@ -110,7 +87,6 @@ TEST(ComputeCommonGraphFeaturesTest, ParametersAndTheirVisibilityFollowTheMode) 
     auto labels = tubeLabels();
     Algo withLabels(graph, labels.get());
     EXPECT_EQ(withLabels.mode.value(), Algo::Diameter);
-    EXPECT_EQ(withLabels.mode.defaultValue(), Algo::Diameter);
     EXPECT_EQ(hidden(withLabels), (std::vector<std::string>{"false", "false", "true", "true"}));
 
     const std::vector<std::pair<Algo::Mode, std::vector<std::string>>> expected{
@@ -118,7 +94,6 @@ TEST(ComputeCommonGraphFeaturesTest, ParametersAndTheirVisibilityFollowTheMode) 
         {Algo::CrossSection, {"true", "false", "true", "true"}},
         {Algo::Diameter, {"false", "false", "true", "true"}},
         {Algo::Degree, {"true", "false", "true", "true"}},
-        {Algo::VesselDiameter, {"false", "false", "false", "false"}},
         {Algo::EdgeLength, {"true", "false", "true", "true"}},
     };
     for (const auto& [mode, visibility] : expected) {

@@ -6,8 +6,6 @@
 
 #include <TarnwickLib/Image/SharedImageSet.h>
 
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
-
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -32,17 +30,6 @@ std::unique_ptr<SharedImageSet> rampImage(std::optional<float> constant = std::n
 }
 
 } // namespace
-
-TEST(EvaluateGraphAtImage, RegisteredInTheCatalogue) {
-    GraphPluginFactory factory;
-    const auto* entry = factory.entry("EvaluateGraphAtImage");
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->menuName, "Graph;Evaluate Graph At Image");
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    auto image = rampImage();
-    const std::unique_ptr<Algorithm> algorithm = factory.create("EvaluateGraphAtImage", DataList{&graph, image.get()});
-    EXPECT_NE(dynamic_cast<EvaluateGraphAtImageAlgorithm*>(algorithm.get()), nullptr);
-}
 
 TEST(EvaluateGraphAtImage, SelectionIsOneGraphAndOneImageSet) {
     Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);

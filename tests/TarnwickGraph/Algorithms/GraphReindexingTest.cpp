@@ -4,8 +4,6 @@
 #include "../SyntheticGraphs.h"
 #include "support/LogCapture.h"
 
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
-
 #include <gtest/gtest.h>
 
 #include <map>
@@ -69,16 +67,6 @@ void expectRenumberedFrom(const Graph& original, const Graph& renumbered, unsign
 }
 
 } // namespace
-
-TEST(GraphReindexing, RegisteredInTheCatalogue) {
-    GraphPluginFactory factory;
-    const auto* entry = factory.entry("GraphReindexing");
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->menuName, "Graph;Reindex Graph");
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    const std::unique_ptr<Algorithm> algorithm = factory.create("GraphReindexing", DataList{&graph});
-    EXPECT_NE(dynamic_cast<GraphReindexingAlgorithm*>(algorithm.get()), nullptr);
-}
 
 TEST(GraphReindexing, SelectionIsOneGraphAndRootIsHiddenForLargestDiameter) {
     auto graph = scrambledTree();

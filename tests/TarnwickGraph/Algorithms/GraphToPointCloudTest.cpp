@@ -6,8 +6,6 @@
 #include <TarnwickLib/Data/PointCloud.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
-
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -15,16 +13,6 @@
 #include <vector>
 
 using namespace Tarnwick;
-
-TEST(GraphToPointCloud, RegisteredInTheCatalogue) {
-    GraphPluginFactory factory;
-    const auto* entry = factory.entry("GraphToPointCloud");
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->menuName, "Graph;Extract Point Cloud");
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    const std::unique_ptr<Algorithm> algorithm = factory.create("GraphToPointCloud", DataList{&graph});
-    EXPECT_NE(dynamic_cast<GraphToPointCloudAlgorithm*>(algorithm.get()), nullptr);
-}
 
 TEST(GraphToPointCloud, OfferedForAnySelectionWithGraphs) {
     Graph a(Graph::Undirected, Graph::Dim3D), b(Graph::Directed, Graph::Dim2D);

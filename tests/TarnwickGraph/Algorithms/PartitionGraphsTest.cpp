@@ -3,7 +3,6 @@
 #include "support/LogCapture.h"
 
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 #include <TarnwickLib/Data/Mesh.h>
 
 #include <gtest/gtest.h>
@@ -21,12 +20,6 @@ std::vector<Graph*> parts(const OwningDataList& output) {
     return output.dataList().getAll<Graph>();
 }
 
-std::unique_ptr<PartitionGraphsAlgorithm> create(const DataList& data) {
-    Algorithm* out = nullptr;
-    EXPECT_TRUE(PartitionGraphsAlgorithm::createCompatible(data, &out));
-    return std::unique_ptr<PartitionGraphsAlgorithm>(static_cast<PartitionGraphsAlgorithm*>(out));
-}
-
 /// Components of sizes 1 (node 1), 3 (nodes 2-4, a chain) and 2 (nodes 5-6), discovered in that order.
 std::unique_ptr<Graph> threeComponents(Graph::Type type = Graph::Undirected) {
     auto graph = std::make_unique<Graph>(type, Graph::Dim3D);
@@ -38,17 +31,6 @@ std::unique_ptr<Graph> threeComponents(Graph::Type type = Graph::Undirected) {
     return graph;
 }
 
-TEST(PartitionGraphsTest, IsInTheCatalogue) {
-    const GraphPluginFactory factory;
-    const AlgorithmFactory::Entry* entry = factory.entry("PartitionGraphs");
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->menuName, "Graph;Partition Graphs");
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    const std::unique_ptr<Algorithm> algorithm = factory.create("PartitionGraphs", DataList{&graph});
-    EXPECT_NE(dynamic_cast<PartitionGraphsAlgorithm*>(algorithm.get()), nullptr);
-    EXPECT_FALSE(factory.isCompatible("PartitionGraphs", DataList{&graph, &graph}));
-}
-
 TEST(PartitionGraphsTest, AcceptsExactlyOneGraph) {
     Graph a(Graph::Undirected, Graph::Dim3D), b(Graph::Undirected, Graph::Dim3D);
     Mesh mesh;
@@ -57,13 +39,6 @@ TEST(PartitionGraphsTest, AcceptsExactlyOneGraph) {
     EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&a, &b}, nullptr));
     EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&a, &mesh}, nullptr));
     EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&mesh}, nullptr));
-
-    auto algorithm = create(DataList{&a});
-    ASSERT_NE(algorithm, nullptr);
-    ASSERT_EQ(algorithm->parameters().size(), 1u);
-    EXPECT_EQ(algorithm->minComponentSize.name(), "minComponentSize");
-    EXPECT_EQ(algorithm->minComponentSize.value(), 1);
-    EXPECT_EQ(algorithm->minComponentSize.defaultValue(), 1);
 }
 
 TEST(PartitionGraphsTest, ComponentsAreNumberedInDiscoveryOrderWithAscendingIds) {

@@ -4,7 +4,6 @@
 #include "support/LogCapture.h"
 
 #include <TarnwickGraph/Algorithms/NearestEdgeSearch.h>
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 #include <TarnwickLib/Data/Line.h>
 #include <TarnwickLib/Data/Mesh.h>
 
@@ -41,7 +40,7 @@ std::unique_ptr<Mesh> probeMesh() {
 
 } // namespace
 
-TEST(TransferGraphFeatureToMesh, RegisteredForOneGraphAndOneMesh) {
+TEST(TransferGraphFeatureToMesh, SelectionIsOneGraphAndOneMesh) {
     auto graph = twoEdges();
     Graph other(Graph::Undirected, Graph::Dim3D);
     auto mesh = probeMesh();
@@ -50,13 +49,6 @@ TEST(TransferGraphFeatureToMesh, RegisteredForOneGraphAndOneMesh) {
     EXPECT_FALSE(TransferGraphFeatureToMeshAlgorithm::createCompatible(DataList{graph.get(), &other}, nullptr));
     EXPECT_FALSE(
         TransferGraphFeatureToMeshAlgorithm::createCompatible(DataList{graph.get(), mesh.get(), &other}, nullptr));
-
-    GraphPluginFactory factory;
-    const auto* entry = factory.entry("TransferGraphFeatureToMeshAlgorithm");
-    ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->menuName, "Graph;Transfer Graph Feature To Mesh");
-    const auto algorithm = factory.create("TransferGraphFeatureToMeshAlgorithm", DataList{graph.get(), mesh.get()});
-    EXPECT_NE(dynamic_cast<TransferGraphFeatureToMeshAlgorithm*>(algorithm.get()), nullptr);
 }
 
 TEST(TransferGraphFeatureToMesh, NearestEdgeMatchesBruteForce) {

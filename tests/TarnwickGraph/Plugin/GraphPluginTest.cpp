@@ -1,13 +1,26 @@
 #include "../GraphComparison.h"
 #include "../IO/IOTestGraphs.h"
 
+#include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
+#include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
+#include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphToPointCloudAlgorithm.h>
+#include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
+#include <TarnwickGraph/Algorithms/NodeToEdgeFeatureAlgorithm.h>
+#include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
+#include <TarnwickGraph/Algorithms/PruneTerminalPathsAlgorithm.h>
+#include <TarnwickGraph/Algorithms/TransferGraphFeatureToMeshAlgorithm.h>
 #include <TarnwickGraph/Graph/GraphDisplayOptions.h>
 #include <TarnwickGraph/IO/GraphTarnwickFilePlugin.h>
 #include <TarnwickGraph/Plugin/GraphDataAnnotationFactory.h>
 #include <TarnwickGraph/Plugin/GraphPlugin.h>
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Data/Mesh.h>
 #include <TarnwickLib/Data/PointCloud.h>
+#include <TarnwickLib/Image/SharedImageSet.h>
 #include <TarnwickLib/IO/TarnwickFile.h>
 
 #include <gtest/gtest.h>
@@ -104,6 +117,36 @@ TEST(GraphPluginFactory, RegistersInCatalogueOrderWithExactNames) {
         EXPECT_NE(entry.createCompatible, nullptr) << entry.id;
         ++next;
     }
+}
+
+template <class T>
+::testing::AssertionResult creates(const GraphPluginFactory& factory, const char* id, const DataList& selection) {
+    const std::unique_ptr<Algorithm> algorithm = factory.create(id, selection);
+    if (dynamic_cast<T*>(algorithm.get()))
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << id << " did not create its own algorithm";
+}
+
+TEST(GraphPluginFactory, EachIdCreatesItsOwnAlgorithmFromASelectionItAccepts) {
+    const GraphPluginFactory factory;
+    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
+    SharedImageSet image(std::make_shared<SharedImage>(std::shared_ptr<MemImage>(TypedImage<float>::zeros({4, 4, 4}))));
+    Mesh mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}});
+    EXPECT_TRUE(creates<CombineGraphsAlgorithm>(factory, "CombineGraphs", {&graph, &other}));
+    EXPECT_TRUE(creates<ComputeCommonGraphFeaturesAlgorithm>(factory, "ComputeFeatures", {&graph}));
+    EXPECT_TRUE(creates<PartitionGraphsAlgorithm>(factory, "PartitionGraphs", {&graph}));
+    EXPECT_TRUE(creates<GraphSmoothingAlgorithm>(factory, "GraphSmoothing", {&graph}));
+    EXPECT_TRUE(creates<GraphToPointCloudAlgorithm>(factory, "GraphToPointCloud", {&graph}));
+    EXPECT_TRUE(creates<GraphReindexingAlgorithm>(factory, "GraphReindexing", {&graph}));
+    EXPECT_TRUE(creates<MinimumSpanningTreeAlgorithm>(factory, "MinimumSpanningTree", {&graph}));
+    EXPECT_TRUE(creates<NodeToEdgeFeatureAlgorithm>(factory, "NodeToEdgeFeature", {&graph}));
+    EXPECT_TRUE(creates<PruneTerminalPathsAlgorithm>(factory, "PruneTerminalPaths", {&graph}));
+    EXPECT_TRUE(creates<EvaluateGraphAtImageAlgorithm>(factory, "EvaluateGraphAtImage", {&graph, &image}));
+    EXPECT_TRUE(creates<TransferGraphFeatureToMeshAlgorithm>(factory, "TransferGraphFeatureToMeshAlgorithm",
+                                                             {&graph, &mesh}));
+    EXPECT_FALSE(factory.isCompatible("CombineGraphs", DataList{&graph}));
+    EXPECT_FALSE(factory.isCompatible("PartitionGraphs", DataList{&graph, &other}));
+    EXPECT_FALSE(factory.isCompatible("PruneTerminalPaths", DataList{}));
 }
 
 TEST(GraphDataAnnotationFactory, DescribesGraphsOnly) {
