@@ -6,13 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <map>
-#include <numeric>
-#include <random>
 
 #include <pthread.h>
 
@@ -21,24 +17,6 @@ namespace {
 
 using Tarnwick::Test::makeGraph;
 using Tarnwick::Test::nodeAt;
-
-/// Independent forest test: union-find over the underlying undirected multigraph, where a self loop or
-/// a pair of opposite directed edges is a cycle.
-bool isForestReference(const Graph& graph) {
-    std::map<unsigned long, unsigned long> parent;
-    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo&) { parent[id] = id; });
-    std::function<unsigned long(unsigned long)> find = [&](unsigned long x) {
-        return parent[x] == x ? x : parent[x] = find(parent[x]);
-    };
-    bool forest = true;
-    graph.forEachEdge([&](const Graph::EdgeInfo&, unsigned long u, unsigned long v) {
-        const unsigned long a = find(u), b = find(v);
-        if (a == b)
-            forest = false;
-        parent[a] = b;
-    });
-    return forest;
-}
 
 TEST(GraphLeavesTest, LeavesHaveTotalDegreeOne) {
     EXPECT_EQ(GraphUtils::findLeafNodes(*makeGraph(Graph::Undirected, 3, {{1, 2}, {2, 3}})),
@@ -62,19 +40,6 @@ TEST(GraphAcyclicTest, UndirectedSenseForBothTypes) {
     EXPECT_FALSE(GraphUtils::isAcyclic(*makeGraph(Graph::Undirected, 2, {{1, 2}, {2, 2}})));
     EXPECT_FALSE(GraphUtils::isAcyclic(*makeGraph(Graph::Directed, 1, {{1, 1}})));
     EXPECT_TRUE(GraphUtils::isAcyclic(Graph(Graph::Undirected, Graph::Dim3D)));
-}
-
-TEST(GraphAcyclicTest, AgreesWithUnionFindOnRandomGraphs) {
-    std::mt19937 rng(7);
-    for (int round = 0; round < 300; ++round) {
-        const auto type = round % 2 ? Graph::Directed : Graph::Undirected;
-        const unsigned long n = 1 + rng() % 9;
-        auto graph = makeGraph(type, n, {});
-        const int edges = static_cast<int>(rng() % (n + 2));
-        for (int e = 0; e < edges; ++e)
-            graph->addEdge(1 + rng() % n, 1 + rng() % n, {});
-        EXPECT_EQ(GraphUtils::isAcyclic(*graph), isForestReference(*graph)) << "round " << round;
-    }
 }
 
 /// Runs fn on a thread with a small stack, so unbounded recursion would crash.
@@ -135,17 +100,10 @@ TEST(GraphReductionTest, MeanSumAndMedian) {
     EXPECT_EQ(GraphUtils::computeMedian({}), 0.0);
     EXPECT_TRUE(std::isnan(GraphUtils::computeMedian({1, std::numeric_limits<double>::quiet_NaN(), 3})));
 
-    std::mt19937 rng(3); // against sorting, with many repeated values
-    for (int round = 0; round < 100; ++round) {
-        std::vector<double> values(1 + rng() % 12);
-        for (double& v : values)
-            v = static_cast<double>(rng() % 7);
-        std::vector<double> sorted = values;
-        std::sort(sorted.begin(), sorted.end());
-        const std::size_t n = sorted.size();
-        const double expected = n % 2 ? sorted[n / 2] : (sorted[n / 2 - 1] + sorted[n / 2]) / 2;
-        EXPECT_EQ(GraphUtils::computeMedian(values), expected);
-    }
+    EXPECT_EQ(GraphUtils::computeMedian({3, 1, 2}), 2.0);
+    EXPECT_EQ(GraphUtils::computeMedian({4, 1, 3, 2}), 2.5);
+    EXPECT_EQ(GraphUtils::computeMedian({5, 5, 1, 5}), 5.0);
+    EXPECT_EQ(GraphUtils::computeMedian({7}), 7.0);
 }
 
 TEST(GraphNodeToEdgeTest, CombinesEndpointValuesByDirection) {

@@ -142,8 +142,8 @@ TEST(GraphPluginFactory, EachIdCreatesItsOwnAlgorithmFromASelectionItAccepts) {
     EXPECT_TRUE(creates<NodeToEdgeFeatureAlgorithm>(factory, "NodeToEdgeFeature", {&graph}));
     EXPECT_TRUE(creates<PruneTerminalPathsAlgorithm>(factory, "PruneTerminalPaths", {&graph}));
     EXPECT_TRUE(creates<EvaluateGraphAtImageAlgorithm>(factory, "EvaluateGraphAtImage", {&graph, &image}));
-    EXPECT_TRUE(creates<TransferGraphFeatureToMeshAlgorithm>(factory, "TransferGraphFeatureToMeshAlgorithm",
-                                                             {&graph, &mesh}));
+    EXPECT_TRUE(
+        creates<TransferGraphFeatureToMeshAlgorithm>(factory, "TransferGraphFeatureToMeshAlgorithm", {&graph, &mesh}));
     EXPECT_FALSE(factory.isCompatible("CombineGraphs", DataList{&graph}));
     EXPECT_FALSE(factory.isCompatible("PartitionGraphs", DataList{&graph, &other}));
     EXPECT_FALSE(factory.isCompatible("PruneTerminalPaths", DataList{}));
