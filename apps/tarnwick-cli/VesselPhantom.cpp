@@ -30,6 +30,27 @@ double distanceToSegment(const Eigen::Vector3d& p, const Eigen::Vector3d& a, con
     return (a + t * ab - p).norm();
 }
 
+/// Cubic Hermite curve from the end of `a` to the end of `b`, leaving along a's last heading and arriving
+/// against b's, sampled at most 1.5 voxels apart; its ends are exactly the leaves' last points.
+std::vector<Eigen::Vector3d> bridgeCurve(const std::vector<Eigen::Vector3d>& a, const std::vector<Eigen::Vector3d>& b,
+                                         double voxel) {
+    const Eigen::Vector3d from = a.back(), to = b.back();
+    const double distance = (to - from).norm();
+    const auto heading = [](const std::vector<Eigen::Vector3d>& points) {
+        return points.size() > 1 ? (points.back() - points[points.size() - 2]).normalized() : Eigen::Vector3d::Zero();
+    };
+    const Eigen::Vector3d leave = heading(a) * distance, arrive = -heading(b) * distance;
+    const int steps = std::max(2, static_cast<int>(std::ceil(1.5 * distance / (1.5 * voxel))));
+    std::vector<Eigen::Vector3d> curve;
+    for (int s = 0; s < steps; ++s) {
+        const double t = double(s) / steps, t2 = t * t, t3 = t2 * t;
+        curve.push_back((2 * t3 - 3 * t2 + 1) * from + (t3 - 2 * t2 + t) * leave + (-2 * t3 + 3 * t2) * to +
+                        (t3 - t2) * arrive);
+    }
+    curve.push_back(to);
+    return curve;
+}
+
 } // namespace
 
 VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_state(options.seed * 2654435761ULL + 1) {
@@ -62,9 +83,14 @@ VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_sta
 
     const double voxel = options.twoD ? spacing.head<2>().maxCoeff() : spacing.maxCoeff();
     const Eigen::Vector3d half = m_descriptor.extent() / 2.0;
-    const Eigen::Vector3d start(-half.x() + options.maxRadiusVoxels * voxel + 2 * voxel, uniform(-0.2, 0.2) * half.y(),
-                                options.twoD ? 0.0 : uniform(-0.2, 0.2) * half.z());
-    grow(start, Eigen::Vector3d::UnitX(), options.maxRadiusVoxels * voxel, -1, 0);
+    Eigen::Vector3d start(0.0, uniform(-0.2, 0.2) * half.y(), options.twoD ? 0.0 : uniform(-0.2, 0.2) * half.z());
+    // The root runs along the longest axis (the first of equals), from near its negative face.
+    int axis = 0;
+    for (int a = 1; a < (options.twoD ? 2 : 3); ++a)
+        if (half[a] > half[axis])
+            axis = a;
+    start[axis] = -half[axis] + options.maxRadiusVoxels * voxel + 2 * voxel;
+    grow(start, Eigen::Vector3d::Unit(axis), options.maxRadiusVoxels * voxel, -1, 0);
     if (options.loops)
         addLoops();
 }
@@ -146,15 +172,16 @@ void VesselPhantom::grow(const Eigen::Vector3d& start, const Eigen::Vector3d& di
     if (depth >= maxDepth)
         return;
 
+    // Both children turn about the same axis, to opposite sides, so that they diverge from each other.
+    Eigen::Vector3d axis = m_options.twoD
+                               ? Eigen::Vector3d::UnitZ()
+                               : heading.cross(Eigen::Vector3d(uniform(-1, 1), uniform(-1, 1), uniform(-1, 1)));
+    if (axis.norm() < 1e-6)
+        axis = heading.unitOrthogonal();
     for (int child = 0; child < 2; ++child) {
         const double childRadius = radius * (child == 0 ? uniform(0.7, 0.85) : uniform(0.6, 0.8));
         if (childRadius < m_options.minRadiusVoxels * voxel)
             continue;
-        Eigen::Vector3d axis = m_options.twoD
-                                   ? Eigen::Vector3d::UnitZ()
-                                   : heading.cross(Eigen::Vector3d(uniform(-1, 1), uniform(-1, 1), uniform(-1, 1)));
-        if (axis.norm() < 1e-6)
-            axis = heading.unitOrthogonal();
         const double angle = (child == 0 ? 1.0 : -1.0) * uniform(0.55, 0.85);
         grow(end, Eigen::AngleAxisd(angle, axis.normalized()) * heading, childRadius, index, depth + 1);
     }
@@ -183,22 +210,22 @@ void VesselPhantom::addLoops() {
         const auto [a, b] = pair;
         if (used[a] || used[b])
             continue;
-        const Eigen::Vector3d from = m_vessels[a].points.back(), to = m_vessels[b].points.back();
+        // A smooth curve that leaves each leaf along its own heading, so the joins have no kink.
+        const std::vector<Eigen::Vector3d> curve = bridgeCurve(m_vessels[a].points, m_vessels[b].points, voxel);
         const double radius = std::min(m_vessels[a].radius, m_vessels[b].radius);
-        const int steps = static_cast<int>(std::ceil(distance / (1.5 * voxel)));
         const double zone = 2.0 * (m_vessels[a].radius + m_vessels[b].radius) + 4 * voxel;
         bool clear = true;
-        for (int s = 1; s < steps && clear; ++s) {
-            const Eigen::Vector3d point = from + (to - from) * (double(s) / steps);
-            const int ignore = (point - from).norm() < zone ? a : (point - to).norm() < zone ? b : -2;
-            clear = isClear(point, radius, ignore, -2);
+        for (std::size_t s = 1; s + 1 < curve.size() && clear; ++s) {
+            const int ignore = (curve[s] - curve.front()).norm() < zone  ? a
+                               : (curve[s] - curve.back()).norm() < zone ? b
+                                                                         : -2;
+            clear = inside(curve[s], radius) && isClear(curve[s], radius, ignore, -2);
         }
         if (!clear)
             continue;
         Vessel bridge;
         bridge.radius = radius;
-        for (int s = 0; s <= steps; ++s)
-            bridge.points.push_back(from + (to - from) * (double(s) / steps));
+        bridge.points = curve;
         const int index = static_cast<int>(m_vessels.size());
         for (std::size_t i = 1; i < bridge.points.size(); ++i) {
             m_segments.push_back({bridge.points[i - 1], bridge.points[i], radius});

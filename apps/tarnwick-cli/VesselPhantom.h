@@ -15,10 +15,10 @@ namespace Tarnwick {
 /// rasterised into a binary mask, with the centerlines as a ground-truth graph.
 ///
 /// The tree is grown in the image frame of the mask (millimetres, origin at the volume centre) from a
-/// root near the -x face; each vessel bends a little per step and splits in two thinner children at its
-/// end until the radius falls below minRadiusVoxels. A vessel stops (and is dropped when still short)
-/// where it would leave the volume or come near another vessel, so vessels never touch except at
-/// their junctions. Everything depends only on the options and the seed.
+/// root near the negative face of the longest axis; each vessel bends a little per step and splits in
+/// two thinner children at its end until the radius falls below minRadiusVoxels. A vessel stops (and is dropped when
+/// still short) where it would leave the volume or come near another vessel, so vessels never touch except at their
+/// junctions. Everything depends only on the options and the seed.
 class VesselPhantom {
 public:
     struct Options {
