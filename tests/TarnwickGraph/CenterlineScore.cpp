@@ -9,6 +9,7 @@
 #include <limits>
 #include <map>
 #include <queue>
+#include <set>
 
 namespace Tarnwick::Test {
 
@@ -149,43 +150,47 @@ int match(const std::vector<Eigen::Vector3d>& truePoints, const std::vector<doub
     return matched;
 }
 
-/// Independent cycles whose length exceeds `minEdges`: for each edge outside a breadth-first spanning
-/// forest, the cycle it closes is measured through the forest.
-int longCycles(const Lines& lines, int minEdges) {
+/// Independent cycles (edges - nodes + components) after each cluster of adjacent junction nodes
+/// (three or more neighbours) is merged into one node, so the small triangles where a 26-connected
+/// skeleton branches do not count.
+int cyclesWithMergedJunctions(const Lines& lines) {
     const std::size_t n = lines.points.size();
-    std::vector<int> parent(n, -2), depth(n, 0);
-    for (std::size_t root = 0; root < n; ++root) {
-        if (parent[root] != -2)
-            continue;
-        parent[root] = -1;
-        std::queue<int> queue;
-        queue.push(static_cast<int>(root));
-        while (!queue.empty()) {
-            const int current = queue.front();
-            queue.pop();
-            for (int next : lines.neighbours[current])
-                if (parent[next] == -2) {
-                    parent[next] = current;
-                    depth[next] = depth[current] + 1;
-                    queue.push(next);
-                }
-        }
-    }
-    int cycles = 0;
+    std::vector<int> root(n);
+    for (std::size_t i = 0; i < n; ++i)
+        root[i] = static_cast<int>(i);
+    const auto find = [&](int i) {
+        while (root[i] != i)
+            i = root[i] = root[root[i]];
+        return i;
+    };
+    const auto junction = [&](int i) { return lines.neighbours[i].size() >= 3; };
+    for (const auto& [a, b] : lines.edges)
+        if (junction(a) && junction(b))
+            root[find(a)] = find(b);
+    std::set<std::pair<int, int>> edges;
     for (const auto& [a, b] : lines.edges) {
-        if (a == b || parent[a] == b || parent[b] == a)
-            continue;
-        int u = a, v = b, length = 1;
-        while (u != v) {
-            if (depth[u] >= depth[v])
-                u = parent[u];
-            else
-                v = parent[v];
-            ++length;
-        }
-        cycles += length > minEdges;
+        const int u = find(a), v = find(b);
+        if (u != v)
+            edges.emplace(std::min(u, v), std::max(u, v));
     }
-    return cycles;
+    // Components of the merged graph, by union-find over its edges.
+    std::vector<int> component(n);
+    for (std::size_t i = 0; i < n; ++i)
+        component[i] = static_cast<int>(i);
+    const auto findComponent = [&](int i) {
+        while (component[i] != i)
+            i = component[i] = component[component[i]];
+        return i;
+    };
+    for (const auto& [u, v] : edges)
+        component[findComponent(u)] = findComponent(v);
+    int nodes = 0, components = 0;
+    for (std::size_t i = 0; i < n; ++i)
+        if (find(static_cast<int>(i)) == static_cast<int>(i)) {
+            ++nodes;
+            components += findComponent(static_cast<int>(i)) == static_cast<int>(i);
+        }
+    return static_cast<int>(edges.size()) - nodes + components;
 }
 
 double f1(int matched, int truths, int found) {
@@ -207,7 +212,19 @@ CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& 
     truth.link();
     const Lines found = fromGraph(extracted);
     const double step = voxelSize / 4.0;
-    auto tolerance = [&](double radius) { return std::max(voxelSize, radius / 2.0); };
+    // Within a junction's blob (its thickest vessel's radius plus the own one) the local radius is the
+    // thickest vessel's: the medial axis of the union bends there before it follows the thinner vessel.
+    std::vector<std::pair<Eigen::Vector3d, double>> junctions;
+    for (int i : nodesOfDegree(truth, true))
+        junctions.emplace_back(truth.points[i], radiusAt(truth, i));
+    auto tolerance = [&](const Eigen::Vector3d& p, int edge) {
+        double radius = truth.diameters[edge] / 2.0;
+        const double own = radius;
+        for (const auto& [centre, thickest] : junctions)
+            if ((p - centre).norm() <= thickest + own)
+                radius = std::max(radius, thickest);
+        return std::max(voxelSize, radius / 2.0);
+    };
     CenterlineScore score;
 
     double inside = 0.0, total = 0.0, weighted = 0.0;
@@ -217,7 +234,7 @@ CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& 
         total += weight;
         weighted += weight * d;
         distances.emplace_back(d, weight);
-        if (e >= 0 && d <= tolerance(truth.diameters[e] / 2.0))
+        if (e >= 0 && d <= tolerance(p, e))
             inside += weight;
     }
     score.precision = total > 0.0 ? inside / total : 0.0;
@@ -234,7 +251,7 @@ CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& 
     inside = total = 0.0;
     for (const auto& [p, weight, edge] : sample(truth, step)) {
         total += weight;
-        if (nearestEdge(p, found).first <= tolerance(truth.diameters[edge] / 2.0))
+        if (nearestEdge(p, found).first <= tolerance(p, edge))
             inside += weight;
     }
     score.recall = total > 0.0 ? inside / total : 0.0;
@@ -262,8 +279,8 @@ CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& 
     score.endpointF1 = f1(endMatches, score.trueEndpoints, static_cast<int>(foundEnds.size()));
     score.spuriousTerminalBranches = static_cast<int>(std::count(matchedFound.begin(), matchedFound.end(), false));
 
-    score.trueCycles = longCycles(truth, 6);
-    score.extractedCycles = longCycles(found, 6);
+    score.trueCycles = cyclesWithMergedJunctions(truth);
+    score.extractedCycles = cyclesWithMergedJunctions(found);
 
     if (!found.diameters.empty()) {
         std::vector<double> errors;

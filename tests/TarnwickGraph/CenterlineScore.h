@@ -18,7 +18,8 @@ struct TrueCenterlines {
 };
 
 /// How well an extracted centerline graph matches the truth. Distances are world millimetres; the
-/// tolerance at a place is max(voxel size, half the local true radius).
+/// tolerance at a place is max(voxel size, half the local true radius), where the local radius within a
+/// junction's reach is that of the junction's thickest vessel.
 struct CenterlineScore {
     double precision = 0.0;    ///< share of the extracted centerline length within tolerance of the truth
     double recall = 0.0;       ///< share of the true centerline length within tolerance of the extraction
@@ -31,7 +32,7 @@ struct CenterlineScore {
     double endpointF1 = 0.0;
     int spuriousTerminalBranches = 0; ///< extracted endpoints with no true endpoint nearby
     int trueCycles = 0;
-    int extractedCycles = 0;         ///< cycles longer than six edges (26-adjacency triangles left out)
+    int extractedCycles = 0;         ///< independent cycles, each cluster of adjacent junction nodes merged
     double medianDiameterError = -1; ///< relative, over edges of vessels >= 2 voxels in radius; -1 if none
     std::string describe() const;
 };
