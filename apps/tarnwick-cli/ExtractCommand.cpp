@@ -4,13 +4,12 @@
 #include <TarnwickCore/Log.h>
 #include <TarnwickCore/Timer.h>
 #include <TarnwickGraph/Plugin/GraphCommandLineEntry.h>
-#include <TarnwickLib/Algorithm/FactoryRegistry.h>
-#include <TarnwickLib/Algorithm/ParameterBase.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 #include <TarnwickLib/IO/DataFileIO.h>
 #include <TarnwickLib/Plugin/SharedLibrary.h>
 
 #include "CommandContext.h"
+#include "ExtractionPipeline.h"
 
 #include <CLI/App.hpp>
 #include <fmt/format.h>
@@ -41,41 +40,6 @@ protected:
     }
 };
 
-/// Creates catalogue algorithm `id` on `inputs` with parameters from text; null with the reason logged.
-std::unique_ptr<Algorithm> createAlgorithm(const std::string& id, const DataList& inputs,
-                                           const std::vector<std::pair<std::string, std::string>>& settings) {
-    const auto info = FactoryRegistry::get().findAlgorithm(id);
-    if (!info) {
-        TW_LOG_ERROR("The algorithm '{}' is not available; is the graph plug-in loaded?", id);
-        return nullptr;
-    }
-    std::unique_ptr<Algorithm> algorithm = info->factory->create(id, inputs);
-    if (!algorithm) {
-        TW_LOG_ERROR("{} does not accept the image", id);
-        return nullptr;
-    }
-    for (const auto& [name, value] : settings) {
-        ParameterBase* parameter = algorithm->parameter(name);
-        const auto error =
-            parameter ? parameter->setFromString(value) : std::optional<std::string>("no such parameter");
-        if (error) {
-            TW_LOG_ERROR("{}: {}: {}", id, name, *error);
-            return nullptr;
-        }
-    }
-    return algorithm;
-}
-
-/// Runs `algorithm` as one recorded stage; true on success.
-bool runStage(Algorithm& algorithm, const char* stage, StageProgress& progress) {
-    progress.start(stage);
-    algorithm.setProgress(&progress);
-    algorithm.compute();
-    algorithm.setProgress(nullptr);
-    progress.end();
-    return algorithm.status() == Algorithm::Success;
-}
-
 void printStats(const TarnwickGraphSummary& summary, const Stages& stages) {
     fmt::print("Nodes: {}\nEdges: {}\nBranch points: {}\nEndpoints: {}\nComponents: {}\nCycles: {}\n", summary.nodes,
                summary.edges, summary.branchPoints, summary.endpoints, summary.components, summary.cycles);
@@ -98,17 +62,20 @@ CLI::App* ExtractCommand::declare(CLI::App& app) {
     command->add_option("image", m_input, "The vessel mask (any image file; non-zero or > 0.5 is vessel)")->required();
     command->add_option("-o,--output", m_output, "The graph file to write (.graphml or .tnw)")->required();
     command
-        ->add_option("--min-vessel-diameter", m_minVesselDiameter,
+        ->add_option("--min-vessel-diameter", m_settings.minVesselDiameter,
                      "Smallest vessel diameter (mm) resolved; coarsens the working grid")
         ->check(CLI::PositiveNumber);
-    command->add_option("--graph-smoothing", m_graphSmoothing, "Smoothing strength of the positions; 0 disables it")
+    command
+        ->add_option("--graph-smoothing", m_settings.graphSmoothing,
+                     "Smoothing strength of the positions; 0 disables it")
         ->check(CLI::NonNegativeNumber);
     command
-        ->add_option("--prune-sensitivity", m_pruneSensitivity,
+        ->add_option("--prune-sensitivity", m_settings.pruneSensitivity,
                      "Side branches shorter than this times the local radius are removed")
         ->check(CLI::NonNegativeNumber);
-    command->add_flag("--remove-cycles", m_removeCycles, "Break every cycle (the result is a forest)");
-    command->add_option("--close-holes", m_closeHoles, "Closing radius in voxels before thinning; 0 disables it")
+    command->add_flag("--remove-cycles", m_settings.removeCycles, "Break every cycle (the result is a forest)");
+    command
+        ->add_option("--close-holes", m_settings.closeHoles, "Closing radius in voxels before thinning; 0 disables it")
         ->check(CLI::Range(0, 32));
     command->add_flag("--ras", m_ras, "Write GraphML positions in RAS instead of LPS world coordinates");
     command->add_flag("--stats", m_stats, "Print a summary of the graph and the time of every stage");
@@ -150,45 +117,22 @@ int ExtractCommand::run(CommandContext& context) {
     }
     progress.stages.emplace_back("load", timer.elapsedSeconds());
 
-    std::unique_ptr<Algorithm> extraction =
-        createAlgorithm("CenterlineGraphExtraction", DataList({image.get()}),
-                        {{"minVesselDiameter", fmt::format("{}", m_minVesselDiameter)},
-                         {"graphSmoothing", fmt::format("{}", m_graphSmoothing)},
-                         {"prunePathsSensitivity", fmt::format("{}", m_pruneSensitivity)},
-                         {"removeCycles", m_removeCycles ? "true" : "false"},
-                         {"closeHolesSize", m_closeHoles > 0 ? std::to_string(m_closeHoles) : std::string()}});
-    if (!extraction)
-        return 1;
-    extraction->setProgress(&progress);
-    extraction->compute();
-    extraction->setProgress(nullptr);
-    OwningDataList output = extraction->takeOutput();
-    Data* graph = output.get(0);
-    if (extraction->status() != Algorithm::Success || !graph) {
-        TW_LOG_ERROR("Centerline extraction of '{}' failed", m_input);
-        return 1;
-    }
-
-    std::unique_ptr<Algorithm> lengths =
-        createAlgorithm("ComputeFeatures", DataList({graph}), {{"mode", "EdgeLength"}});
-    std::unique_ptr<Algorithm> diameters =
-        createAlgorithm("ComputeFeatures", DataList({graph, image.get()}), {{"mode", "VesselDiameter"}});
-    if (!lengths || !diameters || !runStage(*lengths, "length", progress) ||
-        !runStage(*diameters, "diameters", progress)) {
-        TW_LOG_ERROR("Measuring the graph failed");
+    std::unique_ptr<Data> graph = extractCenterlines(*image, m_settings, progress);
+    if (!graph) {
+        TW_LOG_ERROR("Extracting the centerlines of '{}' failed", m_input);
         return 1;
     }
 
     progress.start("export");
     if (graphml)
-        moveToWorld(graph, m_ras ? 1 : 0);
-    const bool saved = DataFileIO::save(m_output, DataList({graph}));
+        moveToWorld(graph.get(), m_ras ? 1 : 0);
+    const bool saved = DataFileIO::save(m_output, DataList({graph.get()}));
     progress.end();
     if (!saved)
         return 1;
 
     TarnwickGraphSummary summary{};
-    summarize(graph, &summary);
+    summarize(graph.get(), &summary);
     if (m_stats)
         printStats(summary, progress.stages);
     fmt::print("Wrote {} nodes and {} edges to {}\n", summary.nodes, summary.edges, m_output);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Command.h"
+#include "ExtractionPipeline.h"
 
 #include <optional>
 #include <string>
@@ -19,11 +20,7 @@ public:
 private:
     std::string m_input;
     std::string m_output;
-    double m_minVesselDiameter = 1.0;
-    double m_graphSmoothing = 2.0;
-    double m_pruneSensitivity = 1.0;
-    bool m_removeCycles = false;
-    int m_closeHoles = 2;
+    ExtractionSettings m_settings;
     bool m_ras = false;
     bool m_stats = false;
 };

@@ -1,0 +1,89 @@
+#include "ExtractionPipeline.h"
+
+#include <TarnwickCore/Log.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Algorithm/ParameterBase.h>
+#include <TarnwickLib/Data/DataList.h>
+#include <TarnwickLib/Image/SharedImageSet.h>
+
+#include <fmt/format.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tarnwick::Cli {
+
+namespace {
+
+/// Creates catalogue algorithm `id` on `inputs` with parameters from text; null with the reason logged.
+std::unique_ptr<Algorithm> createAlgorithm(const std::string& id, const DataList& inputs,
+                                           const std::vector<std::pair<std::string, std::string>>& settings) {
+    const auto info = FactoryRegistry::get().findAlgorithm(id);
+    if (!info) {
+        TW_LOG_ERROR("The algorithm '{}' is not available; is the graph plug-in loaded?", id);
+        return nullptr;
+    }
+    std::unique_ptr<Algorithm> algorithm = info->factory->create(id, inputs);
+    if (!algorithm) {
+        TW_LOG_ERROR("{} does not accept the image", id);
+        return nullptr;
+    }
+    for (const auto& [name, value] : settings) {
+        ParameterBase* parameter = algorithm->parameter(name);
+        const auto error =
+            parameter ? parameter->setFromString(value) : std::optional<std::string>("no such parameter");
+        if (error) {
+            TW_LOG_ERROR("{}: {}: {}", id, name, *error);
+            return nullptr;
+        }
+    }
+    return algorithm;
+}
+
+/// Runs `algorithm` as one task of `progress`; true on success.
+bool runStage(Algorithm& algorithm, const char* stage, Progress& progress) {
+    progress.start(stage);
+    algorithm.setProgress(&progress);
+    algorithm.compute();
+    algorithm.setProgress(nullptr);
+    progress.end();
+    return algorithm.status() == Algorithm::Success;
+}
+
+} // namespace
+
+std::unique_ptr<Data> extractCenterlines(SharedImageSet& mask, const ExtractionSettings& settings, Progress& progress) {
+    std::unique_ptr<Algorithm> extraction =
+        createAlgorithm("CenterlineGraphExtraction", DataList({&mask}),
+                        {{"minVesselDiameter", fmt::format("{}", settings.minVesselDiameter)},
+                         {"graphSmoothing", fmt::format("{}", settings.graphSmoothing)},
+                         {"prunePathsSensitivity", fmt::format("{}", settings.pruneSensitivity)},
+                         {"removeCycles", settings.removeCycles ? "true" : "false"},
+                         {"closeHolesSize", settings.closeHoles > 0 ? std::to_string(settings.closeHoles) : ""}});
+    if (!extraction)
+        return nullptr;
+    // The extraction's own steps are the top-level tasks here.
+    extraction->setProgress(&progress);
+    extraction->compute();
+    extraction->setProgress(nullptr);
+    std::vector<std::unique_ptr<Data>> output = extraction->takeOutput().release();
+    if (extraction->status() != Algorithm::Success || output.empty() || !output.front()) {
+        TW_LOG_ERROR("Centerline extraction failed");
+        return nullptr;
+    }
+    std::unique_ptr<Data> graph = std::move(output.front());
+
+    std::unique_ptr<Algorithm> lengths =
+        createAlgorithm("ComputeFeatures", DataList({graph.get()}), {{"mode", "EdgeLength"}});
+    std::unique_ptr<Algorithm> diameters =
+        createAlgorithm("ComputeFeatures", DataList({graph.get(), &mask}), {{"mode", "VesselDiameter"}});
+    if (!lengths || !diameters || !runStage(*lengths, "length", progress) ||
+        !runStage(*diameters, "diameters", progress)) {
+        TW_LOG_ERROR("Measuring the graph failed");
+        return nullptr;
+    }
+    return graph;
+}
+
+} // namespace Tarnwick::Cli
