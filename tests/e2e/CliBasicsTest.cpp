@@ -6,6 +6,7 @@
 #include <sstream>
 
 using Tarnwick::Test::CliResult;
+using Tarnwick::Test::contains;
 using Tarnwick::Test::runCli;
 
 namespace {
@@ -16,10 +17,6 @@ const std::string pluginFolder = TEST_PLUGIN_DIR;
 CliResult runWithTestPlugins(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"--no-default-plugins", "--plugin-dir", pluginFolder});
     return runCli(arguments);
-}
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
 }
 
 } // namespace

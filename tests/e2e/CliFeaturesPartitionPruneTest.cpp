@@ -18,15 +18,8 @@
 namespace {
 
 using Tarnwick::Test::CliResult;
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using Tarnwick::Test::contains;
+using Tarnwick::Test::readFile;
 
 /// The values of one GraphML data key, in file order.
 std::vector<double> dataValues(const std::string& text, const std::string& key) {

@@ -15,15 +15,8 @@
 namespace {
 
 using Tarnwick::Test::CliResult;
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
+using Tarnwick::Test::contains;
+using Tarnwick::Test::readFile;
 
 /// A square 1-2-3-4 with a tail 4-5 and the node feature "radius" (1, 2, 3, 4, 5); edge 1-2 is the
 /// longest, so a spanning tree by edge length cuts one of the others.

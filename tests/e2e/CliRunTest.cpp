@@ -16,6 +16,8 @@
 namespace {
 
 using Tarnwick::Test::CliResult;
+using Tarnwick::Test::contains;
+using Tarnwick::Test::readFile;
 using Tarnwick::Test::runCli;
 
 const std::string smallTree = TARNWICK_SOURCE_DIR "/tests/data/graphml/small-tree.graphml";
@@ -26,15 +28,6 @@ CliResult cli(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(),
                      {"--no-default-plugins", "--plugin-dir", GRAPH_PLUGIN_DIR, "--plugin-dir", TEST_PLUGIN_DIR});
     return runCli(arguments);
-}
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 class CliRun : public testing::Test {

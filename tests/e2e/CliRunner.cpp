@@ -47,4 +47,13 @@ CliResult runCli(const std::vector<std::string>& arguments) {
     return result;
 }
 
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
 } // namespace Tarnwick::Test

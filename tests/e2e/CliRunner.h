@@ -15,4 +15,10 @@ struct CliResult {
 /// collects its exit code and both output streams.
 CliResult runCli(const std::vector<std::string>& arguments);
 
+/// True when `text` contains `part`.
+bool contains(const std::string& text, const std::string& part);
+
+/// The whole content of the file at `path`; empty when it cannot be read.
+std::string readFile(const std::string& path);
+
 } // namespace Tarnwick::Test

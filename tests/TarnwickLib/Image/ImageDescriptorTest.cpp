@@ -1,5 +1,7 @@
 #include <TarnwickLib/Image/ImageDescriptorWorld.h>
 
+#include "support/TestImages.h"
+
 #include <gtest/gtest.h>
 
 #include <Eigen/Geometry>
@@ -7,19 +9,12 @@
 #include <limits>
 
 using namespace Tarnwick;
+using Tarnwick::Test::obliquePlacement;
 
 namespace {
 
 Eigen::Vector3d apply(const Eigen::Matrix4d& m, const Eigen::Vector3d& p) {
     return (m * p.homogeneous()).head<3>();
-}
-
-/// A rotation about a skewed axis, with a translation: a placement no axis-aligned shortcut survives.
-Eigen::Matrix4d obliquePlacement() {
-    Eigen::Matrix4d m = Eigen::Matrix4d::Identity();
-    m.topLeftCorner<3, 3>() = Eigen::AngleAxisd(0.7, Eigen::Vector3d(1, 2, 3).normalized()).toRotationMatrix();
-    m.topRightCorner<3, 1>() = Eigen::Vector3d(-12.5, 40.25, 3.0);
-    return m;
 }
 
 } // namespace

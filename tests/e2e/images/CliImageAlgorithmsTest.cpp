@@ -20,6 +20,7 @@
 
 using namespace Tarnwick;
 using Tarnwick::Test::CliResult;
+using Tarnwick::Test::contains;
 using Tarnwick::Test::runCli;
 using Tarnwick::Test::sameValues;
 
@@ -28,10 +29,6 @@ namespace {
 CliResult cli(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "--no-default-plugins");
     return runCli(arguments);
-}
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
 }
 
 // A float image of a tube along z (values falling from 2 on the axis to 0 at radius 4 voxels),
