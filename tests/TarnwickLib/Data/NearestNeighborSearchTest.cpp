@@ -5,53 +5,36 @@
 #include <Eigen/Geometry>
 
 #include <algorithm>
-#include <random>
+#include <cmath>
 
 using namespace Tarnwick;
 
-TEST(NearestNeighborSearch, MatchesBruteForceInATransformedFrame) {
-    std::mt19937 rng(7);
-    std::uniform_real_distribution<double> coord(-10, 10);
-    std::vector<Eigen::Vector3d> points(2000);
-    for (auto& p : points)
-        p = {coord(rng), coord(rng), coord(rng)};
-    // Duplicates and points on a lattice make exact-radius ties likely.
-    for (int i = 0; i < 50; ++i)
-        points.push_back(Eigen::Vector3d(i % 5, 0, 0));
-    const Eigen::Affine3d toWorld = Eigen::Translation3d(3, -2, 1) * Eigen::AngleAxisd(0.7, Eigen::Vector3d::UnitY());
-
+TEST(NearestNeighborSearch, FindsNeighboursInTheWorldFrameWithTiesAndDuplicates) {
+    // Points along x (one duplicated) and one off the axis, placed 10 mm further along x and turned a
+    // quarter turn about x, which leaves the axis where it is.
+    const std::vector<Eigen::Vector3d> points{{0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {3, 0, 0}, {0, 4, 0}};
+    const Eigen::Affine3d toWorld =
+        Eigen::Translation3d(10, 0, 0) * Eigen::AngleAxisd(M_PI / 2, Eigen::Vector3d::UnitX());
     NearestNeighborSearch search;
     search.buildIndex(points, toWorld.matrix());
     ASSERT_EQ(search.size(), points.size());
 
     std::vector<std::size_t> indices;
     std::vector<double> distances;
-    for (int q = 0; q < 200; ++q) {
-        const Eigen::Vector3d query = q < 10 ? Eigen::Vector3d(toWorld * Eigen::Vector3d(q % 5, 0, 0))
-                                             : Eigen::Vector3d(coord(rng), coord(rng), coord(rng));
-        const double radius = q < 10 ? 1.0 : 2.5;
-        std::vector<std::pair<double, std::size_t>> expected;
-        for (std::size_t i = 0; i < points.size(); ++i) {
-            const double d = (toWorld * points[i] - query).norm();
-            if (d <= radius + 1e-9)
-                expected.push_back({d, i});
-        }
-        std::sort(expected.begin(), expected.end());
-        search.findNearestNeighborsRadius(query, radius, indices, distances);
-        ASSERT_EQ(indices.size(), expected.size()) << "query " << q;
-        for (std::size_t k = 0; k < expected.size(); ++k)
-            EXPECT_NEAR(distances[k], expected[k].first, 1e-9);
-        EXPECT_TRUE(std::is_sorted(distances.begin(), distances.end()));
+    // The radius is inclusive: both copies of x = 1 lie exactly 1 away.
+    ASSERT_EQ(search.findNearestNeighborsRadius({10, 0, 0}, 1.0, indices, distances), 3u);
+    EXPECT_EQ(indices.front(), 0u);
+    EXPECT_EQ(std::min(indices[1], indices[2]), 1u);
+    EXPECT_EQ(std::max(indices[1], indices[2]), 2u);
+    EXPECT_EQ(distances, (std::vector<double>{0.0, 1.0, 1.0}));
 
-        search.findNearestNeighbors(query, 3, indices, distances);
-        std::vector<double> all;
-        for (const auto& p : points)
-            all.push_back((toWorld * p - query).norm());
-        std::sort(all.begin(), all.end());
-        ASSERT_EQ(distances.size(), 3u);
-        for (int k = 0; k < 3; ++k)
-            EXPECT_NEAR(distances[k], all[k], 1e-9);
-    }
+    // (0, 4, 0) turns to (10, 0, 4) in the world.
+    EXPECT_EQ(search.findNearestNeighbors({10, 0, 3.5}, 3, indices, distances), 3u);
+    EXPECT_EQ(indices.front(), 4u);
+    ASSERT_EQ(distances.size(), 3u);
+    EXPECT_NEAR(distances[0], 0.5, 1e-12);
+    EXPECT_NEAR(distances[1], 3.5, 1e-12);
+    EXPECT_NEAR(distances[2], std::hypot(1.0, 3.5), 1e-12);
 }
 
 TEST(NearestNeighborSearch, EmptyIndexAndBadRadiusFindNothing) {
