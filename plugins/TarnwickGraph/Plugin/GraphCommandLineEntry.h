@@ -13,10 +13,10 @@ class Data;
 struct TarnwickGraphSummary {
     unsigned long long nodes;
     unsigned long long edges;
-    unsigned long long branchPoints; ///< nodes with three or more neighbours
+    unsigned long long branchPoints; ///< clusters of adjacent nodes with three or more neighbours
     unsigned long long endpoints;    ///< nodes with one neighbour
     unsigned long long components;
-    long long cycles;   ///< independent cycles: edges - nodes + components
+    long long cycles;   ///< independent cycles (edges - nodes + components), each branch point's cluster merged
     double totalLength; ///< sum of the edge feature "length" (0 without it)
     double minDiameter; ///< range of the positive edge feature "diameter" (0, 0 without it)
     double maxDiameter;

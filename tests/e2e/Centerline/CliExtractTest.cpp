@@ -7,8 +7,10 @@
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <sstream>
 
@@ -80,6 +82,29 @@ TEST(CliExtract, SampleThenExtractWritesWorldCoordinatesInsideTheVessels) {
         }
         EXPECT_LE(outside, static_cast<int>(nodes.size() / 50)) << "of " << nodes.size();
     }
+}
+
+TEST(CliExtract, StatsCountEachJunctionOnceAndOnlyTheTrueLoopsAsCycles) {
+    Tarnwick::Test::TempDir dir;
+    const std::string folder = dir.path().string();
+    const CliResult sample = cli({"sample", "-o", folder, "--size", "96", "--seed", "5", "--loops"});
+    ASSERT_EQ(sample.exitCode, 0) << sample.err;
+    std::smatch loops;
+    ASSERT_TRUE(std::regex_search(sample.out, loops, std::regex(R"(, (\d+) loops\))"))) << sample.out;
+    ASSERT_GT(std::stoi(loops[1]), 0);
+    const CliResult extract = cli({"extract", folder + "/vessels.nii.gz", "-o", folder + "/out.tnw", "--stats"});
+    ASSERT_EQ(extract.exitCode, 0) << extract.err;
+    EXPECT_NE(extract.out.find("Cycles: " + std::string(loops[1]) + "\n"), std::string::npos) << extract.out;
+    // As many branch points as the true centerlines have: a junction's voxel triangles count once.
+    const std::string truth = read(folder + "/vessels-truth.graphml");
+    const std::regex edge(R"re(<edge source="([^"]*)" target="([^"]*)")re");
+    std::map<std::string, int> degree;
+    for (auto it = std::sregex_iterator(truth.begin(), truth.end(), edge); it != std::sregex_iterator(); ++it)
+        ++degree[(*it)[1]], ++degree[(*it)[2]];
+    const auto branches =
+        std::count_if(degree.begin(), degree.end(), [](const auto& node) { return node.second >= 3; });
+    ASSERT_GT(branches, 2);
+    EXPECT_NE(extract.out.find("Branch points: " + std::to_string(branches) + "\n"), std::string::npos) << extract.out;
 }
 
 TEST(CliExtract, BadInputFailsWithAReason) {
