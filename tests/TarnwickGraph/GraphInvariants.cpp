@@ -7,6 +7,9 @@
 
 namespace Tarnwick::Test {
 
+namespace {
+
+/// Equality of two edge records that treats NaN features as equal to NaN.
 bool sameEdgeRecord(const Graph::EdgeInfo& a, const Graph::EdgeInfo& b) {
     if (a.features.size() != b.features.size() || a.attributes != b.attributes)
         return false;
@@ -17,8 +20,6 @@ bool sameEdgeRecord(const Graph::EdgeInfo& a, const Graph::EdgeInfo& b) {
     }
     return true;
 }
-
-namespace {
 
 void checkEntry(const Graph& graph, unsigned long u, unsigned long v, const std::optional<Graph::EdgeInfo>& entry,
                 std::vector<std::string>& violations) {

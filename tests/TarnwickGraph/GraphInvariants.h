@@ -20,7 +20,4 @@ std::vector<std::string> graphInvariantViolations(const Graph& graph);
 /// For EXPECT_TRUE(graphIsConsistent(g)): fails with the list of violations.
 ::testing::AssertionResult graphIsConsistent(const Graph& graph);
 
-/// Equality of two edge records that treats NaN features as equal to NaN.
-bool sameEdgeRecord(const Graph::EdgeInfo& a, const Graph::EdgeInfo& b);
-
 } // namespace Tarnwick::Test
