@@ -6,6 +6,11 @@
 
 #include <TarnwickGraph/Algorithms/DiameterEstimation.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
+#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Image/SharedImageSet.h>
+
+#include "MaskDiameterMeasurement.h"
 
 #include <gtest/gtest.h>
 
@@ -79,14 +84,16 @@ std::string setupName(const testing::TestParamInfo<TubeSetup>& info) {
            (info.param.obliqueImage ? "RotatedImage" : "");
 }
 
-struct TubeMeasurement {
-    double plain;  ///< median relative diameter error of the plain method
-    double vessel; ///< median relative diameter error of the vessel method
+struct TubeErrors {
+    double plain;    ///< plain method: median radius error in voxels of the coarsest axis (negative: too thin)
+    double vessel;   ///< vessel method: the same
+    double measured; ///< the command line's mask measurement: median relative diameter error
 };
 
-/// A tube of radius radiusVoxels (in voxels of the coarsest axis) around the curve of `setup`, measured with
-/// both methods on a centerline graph with one node per voxel along the curve.
-TubeMeasurement measureTube(const TubeSetup& setup, double radiusVoxels) {
+/// A tube of radius radiusVoxels (in voxels of the coarsest axis) around the curve of `setup`, measured on
+/// a centerline graph with one node per voxel along the curve: with both methods (the vessel method as
+/// mode VesselDiameter calls it) and with the command line's measurement.
+TubeErrors measureTube(const TubeSetup& setup, double radiusVoxels) {
     const double voxel = setup.spacing.maxCoeff();
     const double radius = radiusVoxels * voxel;
     // The curve in the image's own frame, finely for the label and at voxel steps for the graph.
@@ -129,33 +136,52 @@ TubeMeasurement measureTube(const TubeSetup& setup, double radiusVoxels) {
     const ImageDescriptorWorld frame(ImageDescriptor(PixelType::UInt8, dims, 1, setup.spacing), imageToWorld);
     const std::shared_ptr<SharedImage> labels = tubeLabelImage(tubeAlong(fine, radius), frame);
 
-    auto medianError = [&](bool vessel) {
+    auto medianError = [&](auto&& measure, bool relative) {
         Graph graph(Graph::Undirected, Graph::Dim3D);
         addPolyline(graph, nodes);
-        const int idx = vessel ? DE::computeVesselDiameters(graph, *labels, true, 3, true, 0.5)
-                               : DE::computeDiameters(graph, *labels, false, 0.5);
         std::vector<double> errors;
-        for (double d : diameters(graph, idx))
-            errors.push_back(std::abs(d - 2 * radius) / (2 * radius));
+        for (double d : diameters(graph, measure(graph)))
+            errors.push_back(relative ? std::abs(d - 2 * radius) / (2 * radius) : (0.5 * d - radius) / voxel);
         return GraphUtils::computeMedian(errors);
     };
-    return {medianError(false), medianError(true)};
+    const double plain =
+        medianError([&](Graph& graph) { return DE::computeDiameters(graph, *labels, false, 0.5); }, false);
+    const double vessel = medianError(
+        [&](Graph& graph) { return DE::computeVesselDiameters(graph, *labels, true, 3, true, 0.5); }, false);
+    const double measured = medianError(
+        [&](Graph& graph) {
+            SharedImageSet mask(labels);
+            EXPECT_TRUE(Cli::measureVesselDiameters(graph, mask));
+            return graph.getEdgeFeatureIdx("diameter").value_or(0);
+        },
+        true);
+    return {plain, vessel, measured};
 }
 
-class TubeAccuracyTest : public testing::TestWithParam<TubeSetup> {};
+/// The command line reaches ComputeFeatures through the catalogue.
+class TubeAccuracyTest : public testing::TestWithParam<TubeSetup> {
+protected:
+    static void SetUpTestSuite() { FactoryRegistry::get().addAlgorithmFactory(&catalogue()); }
+    static void TearDownTestSuite() { FactoryRegistry::get().removeAlgorithmFactory(&catalogue()); }
+    static GraphPluginFactory& catalogue() {
+        static GraphPluginFactory factory;
+        return factory;
+    }
+};
 
-// Both methods read the voxel found by truncating the pixel coordinate, which in this host's frame (voxel
-// centres at whole numbers) is up to one voxel off along each axis; the vessel method also counts ray
-// lengths in whole steps and trims long rays. Each therefore underestimates the radius by up to about one
-// voxel of the coarsest axis: the relative error is bounded by the method's target or by that resolution
-// limit, whichever is larger, and the targets (vessel 10 %, plain 15 %) hold from a radius of 10 voxels.
-TEST_P(TubeAccuracyTest, MedianDiameterErrorStaysWithinTargetOrResolution) {
-    for (double radiusVoxels : {2.0, 3.0, 5.0, 7.0, 10.0}) {
-        const TubeMeasurement error = measureTube(GetParam(), radiusVoxels);
-        EXPECT_LE(error.vessel, std::max(0.10, 1.1 / radiusVoxels)) << "vessel method, radius " << radiusVoxels;
-        EXPECT_LE(error.plain, std::max(0.15, 1.35 / radiusVoxels)) << "plain method, radius " << radiusVoxels;
-        RecordProperty("vessel_r" + std::to_string(static_cast<int>(radiusVoxels)), std::to_string(error.vessel));
-        RecordProperty("plain_r" + std::to_string(static_cast<int>(radiusVoxels)), std::to_string(error.plain));
+// Both methods read the voxel found by truncating the pixel coordinate, up to one voxel towards the
+// negative axes in this host's frame (voxel centres at whole numbers); the plain method stops at the first
+// ray out, the vessel method counts whole steps and trims long rays. Both therefore underestimate the
+// radius, by at most about 1.3 (plain) and 1 (vessel) voxels. The command line
+// reads the nearest voxel with ray steps of a sixteenth of a voxel, which brings the diameter within 10 %.
+TEST_P(TubeAccuracyTest, RadiusErrorStaysWithinTheReadingBiasAndTheMaskMeasurementWithinTenPercent) {
+    for (double radiusVoxels : {2.0, 3.0, 5.0, 10.0}) {
+        const TubeErrors error = measureTube(GetParam(), radiusVoxels);
+        EXPECT_GE(error.plain, -1.35) << "plain method, radius " << radiusVoxels;
+        EXPECT_LE(error.plain, 0.1) << "plain method, radius " << radiusVoxels;
+        EXPECT_GE(error.vessel, -1.1) << "vessel method, radius " << radiusVoxels;
+        EXPECT_LE(error.vessel, 0.0) << "vessel method, radius " << radiusVoxels;
+        EXPECT_LE(error.measured, 0.10) << "mask measurement, radius " << radiusVoxels;
     }
 }
 
@@ -166,6 +192,20 @@ INSTANTIATE_TEST_SUITE_P(
                     TubeSetup{Shape::Oblique, {0.5, 0.5, 1}, true}, TubeSetup{Shape::Arc, {1, 1, 1}, true},
                     TubeSetup{Shape::Arc, {0.5, 0.5, 1}, false}),
     setupName);
+
+TEST(MaskDiameterMeasurementTest, RefusesAMissingImageAGraphlessSelectionAndAMissingPlugin) {
+    GraphPluginFactory catalogue;
+    FactoryRegistry::get().addAlgorithmFactory(&catalogue);
+    SharedImageSet mask(boxImage(ImageDescriptor(PixelType::UInt8, {8, 8, 8}), {2, 2, 0}, {5, 5, 7}, 1.0));
+    Graph graph(Graph::Undirected, Graph::Dim3D);
+    addPolyline(graph, {{0, 0, -1}, {0, 0, 1}});
+    LogCapture log;
+    EXPECT_FALSE(Cli::measureVesselDiameters(graph, SharedImageSet()));
+    EXPECT_FALSE(Cli::measureVesselDiameters(mask, mask));
+    FactoryRegistry::get().removeAlgorithmFactory(&catalogue);
+    EXPECT_FALSE(Cli::measureVesselDiameters(graph, mask));
+    EXPECT_EQ(log.errors().size(), 3u);
+}
 
 // --- behaviour of the ray casting --------------------------------------------------------------------
 
@@ -186,10 +226,6 @@ TEST(DiameterEstimationTest, SupportedPixelTypesGiveIdenticalResultsOthersAreRef
         if (plainReference.empty()) {
             plainReference = plainValues;
             vesselReference = vesselValues;
-            EXPECT_GT(plainReference[10], 9.0);
-            EXPECT_LE(plainReference[10], 12.5);
-            EXPECT_GT(vesselReference[10], 9.0);
-            EXPECT_LE(vesselReference[10], 12.5);
         }
         EXPECT_EQ(plainValues, plainReference) << pixelTypeName(type);
         EXPECT_EQ(vesselValues, vesselReference) << pixelTypeName(type);
@@ -403,24 +439,21 @@ TEST(DiameterEstimationTest, NeighbourAverageReadsTheFirstEdgeFeature) {
     EXPECT_EQ(visited, (std::unordered_set<unsigned long>{2}));
 }
 
-TEST(DiameterEstimationTest, ComponentsWithoutValuesStayZeroAndOthersAreStillFilled) {
-    auto graph = chainWithValues({0, 0, 0});
-    const unsigned long a = graph->addNode(Graph::NodeInfo(Eigen::Vector3d(9, 0, 0), {}));
-    const unsigned long b = graph->addNode(Graph::NodeInfo(Eigen::Vector3d(9, 1, 0), {}));
-    const unsigned long c = graph->addNode(Graph::NodeInfo(Eigen::Vector3d(9, 2, 0), {}));
-    graph->addEdge(a, b, {{0.0}});
-    graph->addEdge(b, c, {{7.0}});
-    DE::fillZeroEdgesWithNeighborAverage(*graph, 0);
-    EXPECT_EQ(diameters(*graph, 0), (std::vector<double>{0, 0, 0, 7, 7}));
-}
-
 TEST(DiameterEstimationTest, FillingLongChainsNeitherRecursesNorRepeatsSearches) {
     // 100000 zero edges with one value at the far end: a recursive ring search would exhaust the stack,
-    // and repeated full searches of a component without values would take quadratic time.
+    // and repeated full searches of a component without values would take quadratic time. A component
+    // without values stays zero; one searched after it is still filled.
     std::vector<double> values(100000, 0.0);
     auto barren = chainWithValues(values);
+    const unsigned long a = barren->addNode(Graph::NodeInfo(Eigen::Vector3d(0, 1, 0), {}));
+    const unsigned long b = barren->addNode(Graph::NodeInfo(Eigen::Vector3d(0, 2, 0), {}));
+    barren->addEdge(a, b, {{0.0}});
+    barren->addEdge(b, barren->addNode(Graph::NodeInfo(Eigen::Vector3d(0, 3, 0), {})), {{7.0}});
     DE::fillZeroEdgesWithNeighborAverage(*barren, 0);
-    EXPECT_EQ(diameters(*barren, 0).back(), 0.0);
+    const std::vector<double> separate = diameters(*barren, 0);
+    EXPECT_EQ(separate.front(), 0.0);
+    EXPECT_EQ(separate[99999], 0.0);
+    EXPECT_EQ(separate[100000], 7.0);
 
     values.back() = 5.0;
     auto graph = chainWithValues(values);
