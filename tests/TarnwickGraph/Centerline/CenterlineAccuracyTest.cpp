@@ -98,6 +98,31 @@ TEST_P(CenterlineAccuracy, MatchesTheTrueCenterlinesJunctionsEndsAndCycles) {
     ASSERT_GE(score.medianDiameterError, 0.0);
 }
 
+const auto caseName = [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); };
+
+#ifdef CENTERLINE_LARGE_PHANTOMS
+VesselPhantom::Options large(VesselPhantom::Options options) {
+    options.maxRadiusVoxels = 9;
+    return options;
+}
+
+// Trees with 30 to 40 branch points in 256^3 volumes, a few seconds each: the slow set.
+INSTANTIATE_TEST_SUITE_P(
+    Large, CenterlineAccuracy,
+    testing::Values(Case{"Noisy", withFlags(large(phantom(256, {1, 1, 1}, 11)), false, false, 0.2, true, false)},
+                    Case{"Oblique", withFlags(large(phantom(256, {1, 1, 1}, 12)), true, false, 0.0, false, false)},
+                    Case{"Anisotropic", large(phantom(256, {0.8, 0.8, 1.2}, 13))}),
+    caseName);
+
+TEST(CenterlineAccuracyRotation, RotatingTheAffineOfALargeTreeKeepsItsBranchPointsWithinTwoPercent) {
+    VesselPhantom::Options options = large(phantom(256, {1, 1, 1}, 12));
+    const int a = extract(options).score.foundBranchPoints;
+    options.oblique = true;
+    const int b = extract(options).score.foundBranchPoints;
+    ASSERT_GE(a, 30);
+    EXPECT_LE(std::abs(a - b), 0.02 * a);
+}
+#else
 INSTANTIATE_TEST_SUITE_P(
     Phantoms, CenterlineAccuracy,
     testing::Values(Case{"Isotropic", phantom(96, {1, 1, 1}, 1)}, Case{"Anisotropic", phantom(160, {0.6, 0.6, 1.2}, 3)},
@@ -105,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"TwoD", withFlags(phantom(192, {1, 1, 1}, 4), false, false, 0.0, false, true)},
                     Case{"Loops", withFlags(phantom(96, {1, 1, 1}, 5), false, true, 0.0, false, false)},
                     Case{"NoisyWithHoles", withFlags(phantom(96, {1, 1, 1}, 6), false, false, 0.15, true, false)}),
-    [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+    caseName);
 
 TEST(CenterlineAccuracyCycles, TrueCyclesAreKeptUnlessRemovedWhichLeavesAForest) {
     const VesselPhantom::Options options = withFlags(phantom(96, {1, 1, 1}, 5), false, true, 0.0, false, false);
@@ -120,15 +145,15 @@ TEST(CenterlineAccuracyCycles, TrueCyclesAreKeptUnlessRemovedWhichLeavesAForest)
     EXPECT_GE(forest.score.precision, 0.97);
 }
 
-TEST(CenterlineAccuracyRotation, RotatingThePlacementBarelyChangesTheBranchPoints) {
+TEST(CenterlineAccuracyRotation, RotatingTheAffineKeepsTheBranchPoints) {
     VesselPhantom::Options options = phantom(96, {1, 1, 1}, 7);
-    const Extraction straight = extract(options);
+    const int a = extract(options).score.foundBranchPoints;
     options.oblique = true;
-    const Extraction rotated = extract(options);
-    const int a = straight.score.foundBranchPoints, b = rotated.score.foundBranchPoints;
+    const int b = extract(options).score.foundBranchPoints;
     ASSERT_GE(a, 4);
-    EXPECT_LE(std::abs(a - b), std::max(1.0, 0.02 * a));
+    EXPECT_LE(std::abs(a - b), 0.02 * a);
 }
+#endif
 
 } // namespace
 } // namespace Tarnwick
