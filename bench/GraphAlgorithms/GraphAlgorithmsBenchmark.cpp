@@ -1,13 +1,18 @@
 // Benchmarks of diameter measurement, partitioning and pruning on synthetic centerline trees
-// (bench/support/CenterlineTreeGenerator): both diameter methods on a 100,000-edge tree inside a 384^3
-// label map, reported per edge, and partitioning and pruning (global threshold and distance based) of a
-// 1,000,000-point tree with skeleton-like spurs. Scenes are built once, outside the timed regions.
+// (bench/support/CenterlineTreeGenerator): both diameter methods, and tarnwick-cli's measurement, on a
+// 100,000-edge tree inside a 384^3 label map, reported per edge, and partitioning and pruning (global
+// threshold and distance based) of a 1,000,000-point tree with skeleton-like spurs. Scenes are built
+// once, outside the timed regions.
 #include "CenterlineTreeGenerator.h"
 
 #include <TarnwickGraph/Algorithms/DiameterEstimation.h>
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/PruneTerminalPathsAlgorithm.h>
+#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
+
+#include "MaskDiameterMeasurement.h"
 
 #include <benchmark/benchmark.h>
 
@@ -105,6 +110,19 @@ void BM_VesselDiametersMeasurementOnly(benchmark::State& state) {
     setPerEdge(state, *scene.graph);
 }
 
+/// As tarnwick-cli measures: the VesselDiameter mode through the catalogue, on a nearest-voxel view of the
+/// mask with rays stepping a sixteenth of a voxel.
+void BM_MaskVesselDiameters(benchmark::State& state) {
+    const DiameterScene& scene = diameterScene();
+    GraphPluginFactory catalogue;
+    FactoryRegistry::get().addAlgorithmFactory(&catalogue);
+    const SharedImageSet mask(scene.labels);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Cli::measureVesselDiameters(*scene.graph, mask));
+    FactoryRegistry::get().removeAlgorithmFactory(&catalogue);
+    setPerEdge(state, *scene.graph);
+}
+
 void BM_PartitionGraphs(benchmark::State& state) {
     const Graph& graph = *pruneScene().graph;
     std::size_t parts = 0;
@@ -154,6 +172,7 @@ void BM_PrunePathsDistanceBased(benchmark::State& state) {
 BENCHMARK(BM_PlainDiameters)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_VesselDiameters)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_VesselDiametersMeasurementOnly)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MaskVesselDiameters)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PartitionGraphs)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PruneShortTerminalPaths)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PrunePathsDistanceBased)->Unit(benchmark::kMillisecond);
