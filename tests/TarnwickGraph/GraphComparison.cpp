@@ -12,15 +12,6 @@ namespace Tarnwick::Test {
 
 namespace {
 
-bool sameValues(const std::vector<double>& a, const std::vector<double>& b) {
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (!(a[i] == b[i] || (std::isnan(a[i]) && std::isnan(b[i]))))
-            return false;
-    return true;
-}
-
 std::string describeValues(const std::vector<double>& values) {
     std::string text;
     for (double v : values)
@@ -76,7 +67,7 @@ void compareEdges(const std::vector<EdgeRow>& expected, const std::vector<EdgeRo
         const auto& [au, av, ainfo] = actual[i];
         if (eu != au || ev != av)
             out.push_back(fmt::format("edge #{} is {} -> {}, expected {} -> {}", i, au, av, eu, ev));
-        else if (!sameValues(einfo.features, ainfo.features))
+        else if (!sameFeatureValues(einfo.features, ainfo.features))
             out.push_back(fmt::format("edge {} -> {} features {} != {}", eu, ev, describeValues(einfo.features),
                                       describeValues(ainfo.features)));
         else if (withAttributes && einfo.attributes != ainfo.attributes)
@@ -112,7 +103,7 @@ void compareNodes(const Graph& expected, const Graph& actual, bool byId, std::ve
         else if (x.position != y.position)
             out.push_back(fmt::format("{} position ({}, {}, {}) != ({}, {}, {})", name, x.position.x(), x.position.y(),
                                       x.position.z(), y.position.x(), y.position.y(), y.position.z()));
-        else if (!sameValues(x.features, y.features))
+        else if (!sameFeatureValues(x.features, y.features))
             out.push_back(
                 fmt::format("{} features {} != {}", name, describeValues(x.features), describeValues(y.features)));
         else if (byId && x.attributes != y.attributes)

@@ -7,18 +7,19 @@
 
 namespace Tarnwick::Test {
 
+bool sameFeatureValues(const std::vector<double>& a, const std::vector<double>& b) {
+    if (a.size() != b.size())
+        return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (!(a[i] == b[i] || (std::isnan(a[i]) && std::isnan(b[i]))))
+            return false;
+    return true;
+}
+
 namespace {
 
-/// Equality of two edge records that treats NaN features as equal to NaN.
 bool sameEdgeRecord(const Graph::EdgeInfo& a, const Graph::EdgeInfo& b) {
-    if (a.features.size() != b.features.size() || a.attributes != b.attributes)
-        return false;
-    for (std::size_t i = 0; i < a.features.size(); ++i) {
-        const bool bothNaN = std::isnan(a.features[i]) && std::isnan(b.features[i]);
-        if (!bothNaN && a.features[i] != b.features[i])
-            return false;
-    }
-    return true;
+    return a.attributes == b.attributes && sameFeatureValues(a.features, b.features);
 }
 
 void checkEntry(const Graph& graph, unsigned long u, unsigned long v, const std::optional<Graph::EdgeInfo>& entry,

@@ -20,4 +20,7 @@ std::vector<std::string> graphInvariantViolations(const Graph& graph);
 /// For EXPECT_TRUE(graphIsConsistent(g)): fails with the list of violations.
 ::testing::AssertionResult graphIsConsistent(const Graph& graph);
 
+/// Equality of two feature vectors that treats NaN as equal to NaN.
+bool sameFeatureValues(const std::vector<double>& a, const std::vector<double>& b);
+
 } // namespace Tarnwick::Test
