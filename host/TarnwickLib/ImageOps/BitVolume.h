@@ -30,14 +30,6 @@ public:
     std::int64_t strideZ() const { return m_strideZ; }
 
     bool test(std::int64_t i) const { return (m_words[i >> 6] >> (i & 63)) & 1; }
-    /// test() and a reset() of one bit that other threads may access at the same time (other bits of the
-    /// same word included), as relaxed atomic operations.
-    bool testShared(std::int64_t i) const {
-        return (__atomic_load_n(&m_words[i >> 6], __ATOMIC_RELAXED) >> (i & 63)) & 1;
-    }
-    void resetShared(std::int64_t i) {
-        __atomic_fetch_and(&m_words[i >> 6], ~(std::uint64_t(1) << (i & 63)), __ATOMIC_RELAXED);
-    }
     void set(std::int64_t i) { m_words[i >> 6] |= std::uint64_t(1) << (i & 63); }
     void reset(std::int64_t i) { m_words[i >> 6] &= ~(std::uint64_t(1) << (i & 63)); }
 

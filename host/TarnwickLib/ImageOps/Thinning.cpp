@@ -53,6 +53,9 @@ int cubeBitOf(const Eigen::Vector3i& offset) {
     return ThinningTopology::cubeBit(offset.x(), offset.y(), offset.z());
 }
 
+// Candidate search works on blocks of about this many list entries.
+constexpr std::size_t kBlockSize = 8192;
+
 bool isDeletable(std::uint32_t cube) {
     return !ThinningTopology::isEndpoint(cube) && ThinningTopology::hasSingleNeighborComponent(cube) &&
            ThinningTopology::isEulerInvariant(cube);
@@ -92,21 +95,27 @@ private:
     bool isCandidate(Entry& e, Index offset);
     void collectCandidates(int direction);
     bool removeSimpleCandidates();
+    bool removeIfSimple(Entry* entry);
     void updateActive();
 
     Eigen::Vector3i m_dims;
     int m_numDirections = 6;
     int m_threads = 1;
-    Index m_offsets[6] = {};               // linear offsets of the directions
-    std::uint32_t m_exposureMasks[6] = {}; // cube bits of the face neighbours of the neighbour in direction d
+    Index m_offsets[6] = {}; // linear offsets of the directions
+    // Cube bits of the neighbour u in direction d and of u's face neighbours other than the centre and
+    // the one beyond u: when all are foreground, removing the centre exposes u unless that last one is
+    // background.
+    std::uint32_t m_exposureMasks[6] = {};
     BitVolume m_image;
     BitVolume m_stale;                           // neighbourhoods of removed voxels not yet re-evaluated
     ScratchVector<Entry> m_active;               // sorted
     ScratchVector<Entry> m_activeBuffer;         // buffer of updateActive()
     std::array<std::vector<Entry>, 6> m_exposed; // voxels that became active in this step, per direction
     std::vector<Entry> m_exposedMerged, m_exposedBuffer;
-    std::vector<Entry*> m_candidates; // in voxel order
-    std::vector<std::vector<Entry*>> m_blockCandidates;
+    // Candidate search blocks: block b covers m_active[m_blockStarts[b] .. m_blockStarts[b + 1]) and
+    // leaves its candidates, in voxel order, in m_candidates[m_blockStarts[b] .. m_candidateEnds[b]).
+    std::vector<std::size_t> m_blockStarts, m_candidateEnds;
+    ScratchVector<Entry*> m_candidates;
 };
 
 Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims) : m_dims(dims), m_image(dims), m_stale(dims) {
@@ -115,6 +124,7 @@ Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims) : m_dims
     for (int d = 0; d < 6; ++d) {
         m_offsets[d] =
             kDirections[d].x() + kDirections[d].y() * m_image.strideY() + kDirections[d].z() * m_image.strideZ();
+        m_exposureMasks[d] = std::uint32_t(1) << cubeBitOf(kDirections[d]);
         for (int e = 0; e < m_numDirections; ++e) {
             const Eigen::Vector3i around = kDirections[d] + kDirections[e];
             if (around != Eigen::Vector3i::Zero() && around.cwiseAbs().maxCoeff() == 1)
@@ -154,6 +164,11 @@ void Thinner::collectActive() {
     }
     for (int z = 0; z < planes; ++z)
         offsets[static_cast<std::size_t>(z) + 1] += offsets[static_cast<std::size_t>(z)];
+    // Room for the list to grow by half without moving, on both sides of updateActive()'s swap: each
+    // reallocation would fault in fresh memory.
+    const std::size_t capacity = offsets.back() + offsets.back() / 2;
+    m_active.reserve(capacity);
+    m_activeBuffer.reserve(capacity);
     m_active.resize(offsets.back());
 #pragma omp parallel for schedule(static) num_threads(m_threads)
     for (int z = 0; z < planes; ++z) {
@@ -175,9 +190,8 @@ bool Thinner::isCandidate(Entry& e, Index offset) {
     const Index v = voxelOf(e);
     if (m_image.test(v + offset))
         return false; // not a border voxel in this direction
-    // Neighbouring blocks may share stale words, hence the atomic access.
-    if (m_stale.testShared(v)) {
-        m_stale.resetShared(v);
+    if (m_stale.test(v)) {
+        m_stale.reset(v);
         e &= ~kKnown;
     }
     if (!(e & kKnown))
@@ -186,49 +200,59 @@ bool Thinner::isCandidate(Entry& e, Index offset) {
 }
 
 void Thinner::collectCandidates(int direction) {
-    constexpr std::size_t kBlockSize = 8192;
     const Index offset = m_offsets[direction];
     const std::size_t count = m_active.size();
-    const std::size_t blocks = (count + kBlockSize - 1) / kBlockSize;
-    if (m_blockCandidates.size() < blocks)
-        m_blockCandidates.resize(blocks);
+    // Blocks begin where a new word of voxels begins, so no two threads touch one word of m_stale.
+    m_blockStarts.assign(1, 0);
+    for (std::size_t i = kBlockSize; i < count; i += kBlockSize) {
+        while (i < count && voxelOf(m_active[i]) >> 6 == voxelOf(m_active[i - 1]) >> 6)
+            ++i;
+        if (i < count)
+            m_blockStarts.push_back(i);
+    }
+    m_blockStarts.push_back(count);
+    const std::size_t blocks = m_blockStarts.size() - 1;
+    m_candidateEnds.resize(blocks);
+    if (m_candidates.size() < count)
+        m_candidates.resize(count);
 #pragma omp parallel for schedule(dynamic, 1) num_threads(blocks > 1 ? m_threads : 1)
     for (std::size_t b = 0; b < blocks; ++b) {
-        auto& list = m_blockCandidates[b];
-        list.clear();
-        for (std::size_t i = b * kBlockSize, end = std::min(count, i + kBlockSize); i < end; ++i) {
+        std::size_t end = m_blockStarts[b];
+        for (std::size_t i = m_blockStarts[b]; i < m_blockStarts[b + 1]; ++i) {
             if (isCandidate(m_active[i], offset))
-                list.push_back(&m_active[i]);
+                m_candidates[end++] = &m_active[i];
         }
+        m_candidateEnds[b] = end;
     }
-    m_candidates.clear();
-    for (std::size_t b = 0; b < blocks; ++b)
-        m_candidates.insert(m_candidates.end(), m_blockCandidates[b].begin(), m_blockCandidates[b].end());
 }
 
 bool Thinner::removeSimpleCandidates() {
     bool changed = false;
-    for (Entry* entry : m_candidates) {
-        const Index v = voxelOf(*entry);
-        const std::uint32_t cube = m_image.cube(v);
-        // Without a removal next to it since its evaluation, the neighbourhood is the one found deletable.
-        if (m_stale.test(v) && !ThinningTopology::hasSingleNeighborComponent(cube))
-            continue;
-        m_image.reset(v);
-        *entry |= kRemoved;
-        m_stale.setCube(v);
-        changed = true;
-        // A foreground face neighbour u becomes active unless it already was, that is, unless a face
-        // neighbour of u other than v is background. Those lie in v's cube except the one beyond u.
-        for (int d = 0; d < m_numDirections; ++d) {
-            if (!((cube >> cubeBitOf(kDirections[d])) & 1))
-                continue;
-            const std::uint32_t around = m_exposureMasks[d];
-            if ((cube & around) == around && m_image.test(v + 2 * m_offsets[d]))
-                m_exposed[static_cast<std::size_t>(d)].push_back(static_cast<Entry>(v + m_offsets[d]) << kIndexShift);
-        }
+    for (std::size_t b = 0; b + 1 < m_blockStarts.size(); ++b) {
+        for (std::size_t k = m_blockStarts[b]; k < m_candidateEnds[b]; ++k)
+            changed |= removeIfSimple(m_candidates[k]);
     }
     return changed;
+}
+
+// Removes the candidate when its neighbours (as they are now) still form one component.
+bool Thinner::removeIfSimple(Entry* entry) {
+    const Index v = voxelOf(*entry);
+    const std::uint32_t cube = m_image.cube(v);
+    // Without a removal next to it since its evaluation, the neighbourhood is the one found deletable.
+    if (m_stale.test(v) && !ThinningTopology::hasSingleNeighborComponent(cube))
+        return false;
+    m_image.reset(v);
+    *entry |= kRemoved;
+    m_stale.setCube(v);
+    // A foreground face neighbour u becomes active unless it already was, that is, unless a face
+    // neighbour of u other than v is background. Those lie in v's cube except the one beyond u.
+    for (int d = 0; d < m_numDirections; ++d) {
+        const std::uint32_t exposure = m_exposureMasks[d];
+        if ((cube & exposure) == exposure && m_image.test(v + 2 * m_offsets[d]))
+            m_exposed[static_cast<std::size_t>(d)].push_back(static_cast<Entry>(v + m_offsets[d]) << kIndexShift);
+    }
+    return true;
 }
 
 void Thinner::updateActive() {

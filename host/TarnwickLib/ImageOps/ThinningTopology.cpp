@@ -7,8 +7,7 @@
 // per octant and z-plane maps the 9 bits of that plane directly to the plane's share of the index.
 //
 // The connectivity test grows the component of the lowest foreground neighbour by 26-dilation (three
-// masked shift-or steps) until it stops changing; all neighbours are then in one component exactly when
-// the grown set equals the foreground set.
+// masked shift-or steps) until it covers all foreground neighbours (one component) or stops growing.
 
 #include <TarnwickLib/ImageOps/ThinningTopology.h>
 
@@ -102,18 +101,13 @@ bool isEulerInvariant(std::uint32_t cube) {
 
 bool hasSingleNeighborComponent(std::uint32_t cube) {
     const std::uint32_t neighbors = cube & kCubeMask & ~(std::uint32_t(1) << kCenterBit);
-    if (neighbors == 0)
-        return true;
     std::uint32_t component = neighbors & (~neighbors + 1);
-    // Three growth steps reach most of a typical neighbourhood; taking them before the first test of the
-    // loop condition saves mispredicted branches.
-    component = dilate26(component) & neighbors;
-    component = dilate26(component) & neighbors;
-    component = dilate26(component) & neighbors;
     for (;;) {
         const std::uint32_t grown = dilate26(component) & neighbors;
+        if (grown == neighbors)
+            return true;
         if (grown == component)
-            return component == neighbors;
+            return false;
         component = grown;
     }
 }
