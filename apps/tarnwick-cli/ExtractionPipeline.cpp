@@ -1,4 +1,5 @@
 #include "ExtractionPipeline.h"
+#include "MaskDiameterMeasurement.h"
 
 #include <TarnwickCore/Log.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
@@ -76,13 +77,15 @@ std::unique_ptr<Data> extractCenterlines(SharedImageSet& mask, const ExtractionS
 
     std::unique_ptr<Algorithm> lengths =
         createAlgorithm("ComputeFeatures", DataList({graph.get()}), {{"mode", "EdgeLength"}});
-    std::unique_ptr<Algorithm> diameters =
-        createAlgorithm("ComputeFeatures", DataList({graph.get(), &mask}), {{"mode", "VesselDiameter"}});
-    if (!lengths || !diameters || !runStage(*lengths, "length", progress) ||
-        !runStage(*diameters, "diameters", progress)) {
-        TW_LOG_ERROR("Measuring the graph failed");
+    if (!lengths || !runStage(*lengths, "length", progress)) {
+        TW_LOG_ERROR("Measuring the edge lengths failed");
         return nullptr;
     }
+    progress.start("diameters");
+    const bool measured = measureVesselDiameters(*graph, mask);
+    progress.end();
+    if (!measured)
+        return nullptr;
     return graph;
 }
 
