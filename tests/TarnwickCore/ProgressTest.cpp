@@ -4,7 +4,6 @@
 
 #include <regex>
 #include <sstream>
-#include <thread>
 
 namespace Tarnwick {
 namespace {
@@ -25,20 +24,6 @@ protected:
         events.push_back("end " + task.description + " " + std::to_string(task.currentStep));
     }
 };
-
-TEST(ProgressTest, HooksRunOnlyWhenThePercentageChanges) {
-    RecordingProgress progress;
-    const std::int64_t total = 1000003;
-    progress.start("scan", total);
-    for (std::int64_t i = 0; i < total; ++i)
-        progress.step();
-    progress.end();
-    ASSERT_EQ(progress.events.size(), 102u); // start, 1..100 %, end
-    for (int percent = 1; percent <= 100; ++percent)
-        EXPECT_EQ(progress.events[std::size_t(percent)], "scan " + std::to_string(percent));
-    EXPECT_EQ(progress.events.back(), "end scan 1000003");
-    EXPECT_EQ(progress.depth(), 0);
-}
 
 TEST(ProgressTest, PercentagesAreExactAtTheirBoundaries) {
     RecordingProgress progress;
@@ -77,23 +62,6 @@ TEST(ProgressTest, NestedTasksReportTheInnermost) {
                                                          "outer 50", "end outer 1"}));
 }
 
-TEST(ProgressTest, UnknownLengthReportsNoPercentages) {
-    RecordingProgress progress;
-    progress.start("open", -3);
-    progress.step(10);
-    EXPECT_EQ(Progress::percentOf({"x", 0, 5, Timer(false)}), -1);
-    progress.end();
-    EXPECT_EQ(progress.events, (std::vector<std::string>{"start open 0", "end open 10"}));
-}
-
-TEST(ProgressTest, CancelFromAnotherThread) {
-    Progress progress;
-    progress.start("work", 0);
-    EXPECT_FALSE(progress.wasCanceled());
-    std::thread([&progress] { progress.cancel(); }).join();
-    EXPECT_TRUE(progress.wasCanceled());
-}
-
 TEST(ConsoleProgressTest, LinesStylePrintsStartTenthsAndDone) {
     std::ostringstream out;
     ConsoleProgress progress(out, ConsoleProgress::Style::Lines);
@@ -113,36 +81,6 @@ TEST(ConsoleProgressTest, LinesStylePrintsStartTenthsAndDone) {
                               "Thinning: 70%\nThinning: 80%\nThinning: 90%\n"
                               "Thinning: done in [0-9.]+ s\n");
     EXPECT_TRUE(std::regex_match(out.str(), expected)) << out.str();
-}
-
-TEST(ConsoleProgressTest, BarStyleRedrawsInPlaceAndSparingly) {
-    std::ostringstream out;
-    ConsoleProgress progress(out, ConsoleProgress::Style::Bar);
-    progress.start("Extract", 1000);
-    for (int i = 0; i < 1000; ++i)
-        progress.step();
-    progress.end();
-    const std::string text = out.str();
-    // The loop takes far less than the redraw interval: first draw, the 100 % draw, the final draw.
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\r'), 3) << text;
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1);
-    const std::string last = text.substr(text.rfind('\r') + 1);
-    EXPECT_TRUE(std::regex_match(last, std::regex("Extract \\[#{30}\\] 100% [0-9.]+ s\n"))) << last;
-}
-
-TEST(ConsoleProgressTest, BarStylePadsShorterLines) {
-    std::ostringstream out;
-    ConsoleProgress progress(out, ConsoleProgress::Style::Bar);
-    progress.start("A much longer description", 0);
-    progress.start("Short", 0);
-    progress.end();
-    progress.end();
-    const std::string text = out.str();
-    const std::size_t second = text.find('\r', 1);
-    const std::size_t third = text.find('\r', second + 1);
-    ASSERT_NE(third, std::string::npos) << text;
-    EXPECT_EQ(third - second, text.find('\r', 1)) << text; // same length as the first line: padded
-    EXPECT_NE(text.find("A much longer description done"), std::string::npos);
 }
 
 } // namespace
