@@ -22,17 +22,6 @@ public:
 
 } // namespace
 
-TEST(AlgorithmFactory, InstallsTheClassCompatibilityTest) {
-    SampleFactory factory;
-    Data a("a"), b("b");
-    EXPECT_TRUE(factory.isCompatible("Copy", DataList{&a}));
-    EXPECT_FALSE(factory.isCompatible("Copy", DataList{}));
-    EXPECT_FALSE(factory.isCompatible("Copy", DataList{&a, &b}));
-    EXPECT_TRUE(factory.isCompatible("Source", DataList{}));
-    EXPECT_FALSE(factory.isCompatible("Source", DataList{&a}));
-    EXPECT_FALSE(factory.isCompatible("Missing", DataList{}));
-}
-
 TEST(AlgorithmFactory, CreatesAWorkingAlgorithmWithItsFactoryInfo) {
     SampleFactory factory;
     Data input("vessels");
@@ -80,23 +69,4 @@ TEST(AlgorithmFactory, RefusesEmptyAndDuplicateIdentifiers) {
     EXPECT_EQ(log.errors(),
               (std::vector<std::string>{"Factory 'Sample': algorithm 'Copy' is already registered",
                                         "Factory 'Sample': cannot register an algorithm without an identifier"}));
-}
-
-TEST(AlgorithmFactory, PrototypeExistsOnlyForClassesWithoutRequiredInput) {
-    SampleFactory factory;
-    EXPECT_EQ(factory.entry("Copy")->prototype, nullptr);
-    ASSERT_NE(factory.entry("Source")->prototype, nullptr);
-    auto prototype = factory.entry("Source")->prototype();
-    ASSERT_NE(prototype, nullptr);
-    ASSERT_NE(prototype->parameter("count"), nullptr);
-    EXPECT_EQ(prototype->parameter("count")->toString(), "3");
-}
-
-TEST(Algorithm, SurvivesDeletionOfDataItWasNotCreatedOn) {
-    SampleFactory factory;
-    Data input("input"), other("other");
-    auto algorithm = factory.create("Copy", DataList{&input});
-    ASSERT_NE(algorithm, nullptr);
-    EXPECT_FALSE(algorithm->survivesDataDeletion(&input));
-    EXPECT_TRUE(algorithm->survivesDataDeletion(&other));
 }

@@ -57,52 +57,6 @@ TEST(Configurable, ConfigurationRoundTripsThroughTheTextFormat) {
     EXPECT_EQ(target.line->colour.value(), Eigen::Vector4d(0.25, 0.5, 0.75, 1));
 }
 
-TEST(Configurable, ConfigurationRecordsDefaultsLabelsAndAttributes) {
-    SampleOptions options;
-    options.count = 8;
-    const Properties properties = configurationOf(options);
-
-    EXPECT_EQ(properties.paramNames(),
-              (std::vector<std::string>{"enabled", "count", "nodeId", "scale", "minVesselDiameter", "title",
-                                        "featureName", "closeHolesSize", "box", "shape"}));
-    const Properties::Param* count = properties.findParam("count");
-    ASSERT_NE(count, nullptr);
-    EXPECT_EQ(count->value, Properties::Value(8));
-    EXPECT_EQ(count->defaultValue, Properties::Value(5));
-    EXPECT_EQ(properties.paramAttribute("count", "max"), "100");
-    EXPECT_EQ(properties.paramAttribute("minVesselDiameter", "label"), "Min Vessel Diameter");
-    EXPECT_EQ(properties.paramAttribute("shape", "values"), "Circle, Square, Star");
-    EXPECT_EQ(properties.paramType("shape"), Properties::Type::Int);
-    EXPECT_EQ(properties.paramType("nodeId"), Properties::Type::UnsignedLong);
-
-    const auto groups = properties.subProperties("line");
-    ASSERT_EQ(groups.size(), 1u);
-    EXPECT_EQ(groups[0]->paramNames(), (std::vector<std::string>{"width", "colour"}));
-}
-
-TEST(Configurable, WritingTwiceKeepsOneGroupPerSubProperty) {
-    SampleOptions options;
-    Properties properties;
-    options.configuration(&properties);
-    options.line->width = 9.0;
-    options.configuration(&properties);
-    const auto groups = properties.subProperties("line");
-    ASSERT_EQ(groups.size(), 1u);
-    EXPECT_EQ(groups[0]->paramOr("width", 0.0), 9.0);
-}
-
-TEST(Configurable, MissingEntriesKeepTheirValues) {
-    SampleOptions options;
-    changeEverything(options);
-    Properties partial;
-    partial.setParam("count", 3);
-    options.configure(&partial);
-    options.configure(nullptr);
-    EXPECT_EQ(options.count.value(), 3);
-    EXPECT_EQ(options.title.value(), "renamed");
-    EXPECT_EQ(options.line->width.value(), 1.5);
-}
-
 TEST(Configurable, DeprecatedNameIsAcceptedWithTheExactWarning) {
     SampleOptions options;
     options.minVesselDiameter.addDeprecatedName("minDiameter");
@@ -120,19 +74,6 @@ TEST(Configurable, DeprecatedNameIsAcceptedWithTheExactWarning) {
               (std::vector<std::string>{
                   "Using deprecated parameter name 'minDiameter'. Please use: 'minVesselDiameter' instead.",
                   "Using deprecated parameter name 'lineOptions'. Please use: 'line' instead."}));
-}
-
-TEST(Configurable, CurrentNameWinsOverDeprecatedName) {
-    SampleOptions options;
-    options.minVesselDiameter.addDeprecatedName("minDiameter");
-    Properties both;
-    both.setParam("minDiameter", 2.5);
-    both.setParam("minVesselDiameter", 4.0);
-
-    Tarnwick::Test::LogCapture log;
-    options.configure(&both);
-    EXPECT_EQ(options.minVesselDiameter.value(), 4.0);
-    EXPECT_TRUE(log.warnings().empty());
 }
 
 TEST(Configurable, IncompatibleStoredValuesAreSkippedWithAWarning) {
@@ -155,34 +96,4 @@ TEST(Configurable, IncompatibleStoredValuesAreSkippedWithAWarning) {
                                         "Ignoring the stored value of parameter 'title': it is not of type string",
                                         "Ignoring the stored value of parameter 'box': it is not of type vec4i",
                                         "Ignoring the stored value of parameter 'line': it is not of type group"}));
-}
-
-TEST(Configurable, ConfigureDefaultsResetsEverythingIncludingGroups) {
-    SampleOptions options;
-    const Properties defaults = configurationOf(options);
-    changeEverything(options);
-    ASSERT_FALSE(configurationOf(options).compareWith(defaults).empty());
-    options.configureDefaults();
-    EXPECT_EQ(configurationOf(options).compareWith(defaults), std::vector<std::string>{});
-}
-
-TEST(Configurable, ParametersAreFoundByPath) {
-    SampleOptions options;
-    EXPECT_EQ(options.parameter("count"), &options.count);
-    EXPECT_EQ(options.parameter("line"), &options.line);
-    EXPECT_EQ(options.parameter("line/width"), &options.line->width);
-    EXPECT_EQ(options.parameter("line/missing"), nullptr);
-    EXPECT_EQ(options.parameter("count/width"), nullptr);
-    EXPECT_EQ(options.parameter("missing"), nullptr);
-}
-
-TEST(Configurable, AssignmentCopiesValuesAndKeepsRegistrations) {
-    SampleOptions source, target;
-    changeEverything(source);
-    int changes = 0;
-    target.signalParameterChanged.connect([&](const ParameterBase*) { ++changes; });
-    target.line.value() = source.line.value();
-    EXPECT_EQ(target.line->width.value(), 1.5);
-    EXPECT_EQ(target.line->parameters()[0], &target.line->width);
-    EXPECT_EQ(changes, 2); // width and colour changed
 }
