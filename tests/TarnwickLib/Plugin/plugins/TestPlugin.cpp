@@ -1,6 +1,5 @@
 #include "TestPlugin.h"
 
-#include <TarnwickLib/Algorithm/AlgorithmController.h>
 #include <TarnwickLib/Algorithm/Parameter.h>
 #include <TarnwickLib/IO/TarnwickFile.h>
 
@@ -42,21 +41,6 @@ public:
     Parameter<Volume> volume{"volume", Volume::Quiet, this};
 };
 
-class GreetingController : public AlgorithmController {};
-
-class TestControllers : public AlgorithmControllerFactory {
-public:
-    using AlgorithmControllerFactory::AlgorithmControllerFactory;
-    AlgorithmController* create(Algorithm* algorithm) const override {
-        return dynamic_cast<GreetingAlgorithm*>(algorithm) ? new GreetingController() : nullptr;
-    }
-};
-
-class TestAnnotations : public DataAnnotationFactory {
-public:
-    std::string dataDescription(const Data& data) const override { return data.name() == "hello" ? "A greeting" : ""; }
-};
-
 /// Stores a data set's name as its record (type 4242).
 class TestFilePlugin : public TarnwickFilePlugin {
 public:
@@ -79,9 +63,7 @@ TestPlugin::~TestPlugin() = default;
 int TestPlugin::init() {
     m_algorithms = std::make_unique<AlgorithmFactory>(m_id);
     m_algorithms->registerAlgorithm<GreetingAlgorithm>("Greeting", "Test;Greeting");
-    m_controllers = std::make_unique<TestControllers>(m_id);
-    m_annotations = std::make_unique<TestAnnotations>();
-    registerFactories(m_algorithms.get(), m_controllers.get(), m_annotations.get());
+    registerFactories(m_algorithms.get(), nullptr, nullptr);
     TarnwickFile::addPlugin(std::make_unique<TestFilePlugin>());
     return m_initResult;
 }

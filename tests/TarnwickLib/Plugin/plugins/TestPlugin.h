@@ -1,8 +1,6 @@
 #pragma once
 
-#include <TarnwickLib/Algorithm/AlgorithmControllerFactory.h>
 #include <TarnwickLib/Algorithm/AlgorithmFactory.h>
-#include <TarnwickLib/Algorithm/DataAnnotationFactory.h>
 #include <TarnwickLib/Plugin/TarnwickLibPlugin.h>
 
 #include <memory>
@@ -12,8 +10,7 @@
 namespace Tarnwick::Test {
 
 /// The plug-in object of the test libraries: registers an algorithm factory (named after the id)
-/// with the algorithm "Greeting", a controller factory, an annotation factory and a file plug-in,
-/// then returns `initResult` from init().
+/// with the algorithm "Greeting" and a file plug-in, then returns `initResult` from init().
 class TestPlugin : public TarnwickLibPlugin {
 public:
     TestPlugin(std::string id, int initResult, std::vector<std::string> dependencies);
@@ -30,8 +27,6 @@ private:
     int m_initResult;
     std::vector<std::string> m_dependencies;
     std::unique_ptr<AlgorithmFactory> m_algorithms;
-    std::unique_ptr<AlgorithmControllerFactory> m_controllers;
-    std::unique_ptr<DataAnnotationFactory> m_annotations;
 };
 
 } // namespace Tarnwick::Test
