@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <cstring>
 #include <filesystem>
@@ -52,18 +51,6 @@ std::string loadError(const std::string& path) {
     return result.error;
 }
 
-/// Writes `content` as a gzip file of one member per part.
-void writeGzipMembers(const std::string& path, const std::vector<std::string>& parts) {
-    bool first = true;
-    for (const std::string& part : parts) {
-        gzFile file = gzopen(path.c_str(), first ? "wb" : "ab");
-        ASSERT_NE(file, nullptr);
-        gzwrite(file, part.data(), static_cast<unsigned>(part.size()));
-        gzclose(file);
-        first = false;
-    }
-}
-
 template <typename T>
 void patch(std::string& bytes, std::size_t offset, T value) {
     std::memcpy(bytes.data() + offset, &value, sizeof(T));
@@ -100,31 +87,21 @@ TEST(ImageFileErrors, MissingFilesFoldersAndUnknownExtensions) {
               "Cannot read '" + dir.file("absent.nii") + "': the file does not exist");
     fs::create_directory(dir.file("folder.nrrd"));
     EXPECT_THAT(loadError(dir.file("folder.nrrd")), HasSubstr("not a regular file"));
-    for (const char* name : {"picture.png", "notes.txt", "noextension", "archive.gz", ".nii"}) {
+    for (const char* name : {"picture.png", "archive.gz"}) {
         writeFile(dir.file(name), "data");
         EXPECT_THAT(loadError(dir.file(name)), StartsWith("Unsupported image file extension"));
     }
     EXPECT_TRUE(ImageFileIO::isSupported("/a/B.NII.GZ"));
-    EXPECT_TRUE(ImageFileIO::isSupported("scan.MHD"));
     EXPECT_FALSE(ImageFileIO::isSupported("scan.gz"));
 }
 
-TEST(ImageFileErrors, GarbageInEveryFormatIsRejected) {
-    Support::TempDir dir;
-    const std::string garbage(3000, '\x5a');
-    for (const char* name : {"bad.nii", "bad.nii.gz", "bad.nrrd", "bad.nhdr", "bad.mha", "bad.mhd", "bad.tif"}) {
-        writeFile(dir.file(name), garbage);
-        loadError(dir.file(name));
-        writeFile(dir.file(name), "");
-        loadError(dir.file(name));
-    }
-}
-
-TEST(ImageFileErrors, TruncatedFilesAreRejected) {
+TEST(ImageFileErrors, GarbageAndTruncatedFilesAreRejected) {
     Support::TempDir dir;
     const SharedImageSet set = makeSet(PixelType::Float, {16, 16, 8});
     for (const char* name : {"cut.nii", "cut.nii.gz", "cut.nrrd", "cut.mha", "cut.tif"}) {
         const std::string path = dir.file(name);
+        writeFile(path, std::string(3000, '\x5a'));
+        loadError(path);
         ASSERT_TRUE(ImageFileIO::save(set, path).ok());
         const std::string full = readFile(path);
         // Cut inside the header, in the middle, and inside the last pixel data (TIFF ends with metadata,
@@ -152,18 +129,8 @@ TEST(ImageFileErrors, CorruptHeadersGiveClearMessages) {
         return loadError(dir.file(name));
     };
     EXPECT_THAT(
-        nrrd("long.nrrd", "NRRD0004\ntype: int64\ndimension: 3\nsizes: 1 3 1\nendian: little\nencoding: raw\n\n"),
-        StartsWith("Unsupported pixel type 'long_long' in '"));
-    EXPECT_THAT(
-        nrrd("4d.nrrd", "NRRD0004\ntype: uint8\ndimension: 4\nsizes: 2 2 2 3\nendian: little\nencoding: raw\n\n"),
-        HasSubstr("4 dimensions"));
-    EXPECT_THAT(
         nrrd("zero.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 4 0 2\nendian: little\nencoding: raw\n\n"),
         StartsWith("Cannot read"));
-    nrrd("nan.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nspace: left-posterior-superior\nsizes: 4 3 2\n"
-                     "space directions: (nan,0,0) (0,1,0) (0,0,1)\nendian: little\nencoding: raw\n\n");
-    nrrd("flat.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nspace: left-posterior-superior\nsizes: 4 3 2\n"
-                      "space directions: (1,0,0) (2,0,0) (0,0,1)\nendian: little\nencoding: raw\n\n");
     writeFile(dir.file("dims.mha"), "ObjectType = Image\nNDims = 3\nDimSize = 4 -3 2\nElementType = MET_UCHAR\n"
                                     "ElementDataFile = LOCAL\n" +
                                         data);
@@ -174,13 +141,6 @@ TEST(ImageFileErrors, CorruptHeadersGiveClearMessages) {
     auto good = ImageFileIO::load(dir.file("good.nrrd"));
     ASSERT_TRUE(good) << good.error;
     EXPECT_EQ(good.images->mem()->maxValue(), 1.0);
-    // A 4-D file with a single frame is a 3-D image.
-    writeFile(dir.file("oneframe.nrrd"),
-              std::string("NRRD0004\ntype: uint8\ndimension: 4\nsizes: 4 3 2 1\nendian: little\nencoding: raw\n\n") +
-                  data);
-    auto oneFrame = ImageFileIO::load(dir.file("oneframe.nrrd"));
-    ASSERT_TRUE(oneFrame) << oneFrame.error;
-    EXPECT_EQ(oneFrame.images->mem()->dimensions(), Eigen::Vector3i(4, 3, 2));
 }
 
 TEST(ImageFileErrors, HugeDimensionsFailWithoutExhaustingMemory) {
@@ -202,9 +162,6 @@ TEST(ImageFileErrors, InvalidSaveRequestsAreRefused) {
     Support::TempDir dir;
     SharedImageSet empty;
     EXPECT_THAT(ImageFileIO::save(empty, dir.file("empty.nii")).error, HasSubstr("the set has 0"));
-    SharedImageSet two = makeSet(PixelType::UInt8, {2, 2, 2});
-    two.add(std::shared_ptr<MemImage>(Support::randomImage(PixelType::UInt8, {2, 2, 2})));
-    EXPECT_THAT(ImageFileIO::save(two, dir.file("two.nii")).error, HasSubstr("the set has 2"));
 
     SharedImageSet set = makeSet(PixelType::UInt8, {2, 2, 2});
     EXPECT_THAT(ImageFileIO::save(set, dir.file("image.png")).error, StartsWith("Unsupported image file extension"));
@@ -212,10 +169,6 @@ TEST(ImageFileErrors, InvalidSaveRequestsAreRefused) {
     singular.col(1) = singular.col(0);
     set.setMatrixToWorld(singular);
     EXPECT_THAT(ImageFileIO::save(set, dir.file("singular.nii")).error, HasSubstr("not an invertible affine"));
-    Eigen::Matrix4d projective = Eigen::Matrix4d::Identity();
-    projective(3, 0) = 0.5;
-    set.setMatrixToWorld(projective);
-    EXPECT_THAT(ImageFileIO::save(set, dir.file("projective.nii")).error, HasSubstr("not an invertible affine"));
     set.setMatrixToWorld(Eigen::Matrix4d::Identity());
 
     EXPECT_THAT(ImageFileIO::save(set, dir.file("missing/folder/image.nii")).error,
@@ -271,19 +224,12 @@ TEST(ImageFileErrors, CompressedSavesAreSmallerAndReadBack) {
 TEST(ImageFileErrors, HeadersThatWouldBreakTheReadersAreRefused) {
     Support::TempDir dir;
     const SharedImageSet set = makeSet(PixelType::Int16, {5, 4, 3});
-    // A NaN in the NIfTI affine rows (plain and compressed).
+    // A NaN in the NIfTI affine rows.
     ASSERT_TRUE(ImageFileIO::save(set, dir.file("nan.nii")).ok());
     std::string nifti = readFile(dir.file("nan.nii"));
     patch(nifti, 284, std::numeric_limits<float>::quiet_NaN());
     writeFile(dir.file("nan.nii"), nifti);
     EXPECT_THAT(loadError(dir.file("nan.nii")), HasSubstr("not a finite number"));
-    writeGzipMembers(dir.file("nan.nii.gz"), {nifti});
-    EXPECT_THAT(loadError(dir.file("nan.nii.gz")), HasSubstr("not a finite number"));
-    // A negative dimension count in a MetaImage header.
-    writeFile(dir.file("rank.mha"), "ObjectType = Image\nNDims = -3\nDimSize = 4 3 2\nElementType = MET_UCHAR\n"
-                                    "ElementDataFile = LOCAL\n" +
-                                        std::string(24, '\0'));
-    EXPECT_THAT(loadError(dir.file("rank.mha")), HasSubstr("NDims = -3"));
     // A TIFF stack whose second page is wider than the first.
     ASSERT_TRUE(ImageFileIO::save(makeSet(PixelType::UInt8, {6, 5, 3}), dir.file("pages.tif")).ok());
     std::string tiff = readFile(dir.file("pages.tif"));
@@ -292,27 +238,4 @@ TEST(ImageFileErrors, HeadersThatWouldBreakTheReadersAreRefused) {
     patch(tiff, width, std::uint16_t(600));
     writeFile(dir.file("pages.tif"), tiff);
     EXPECT_THAT(loadError(dir.file("pages.tif")), HasSubstr("page 1 differs from the first page"));
-    // A text tag (Software) that claims to hold numbers.
-    ASSERT_TRUE(ImageFileIO::save(makeSet(PixelType::UInt8, {6, 5, 2}), dir.file("text.tif")).ok());
-    tiff = readFile(dir.file("text.tif"));
-    const std::size_t software = tiffTagValueOffset(tiff, 0, 305);
-    ASSERT_NE(software, 0u);
-    patch(tiff, software - 6, std::uint16_t(3));
-    writeFile(dir.file("text.tif"), tiff);
-    EXPECT_THAT(loadError(dir.file("text.tif")), HasSubstr("text tag 305 of type 3"));
-}
-
-TEST(ImageFileErrors, GzipNiftiInSeveralMembersLoadsAndItsTruncationIsFound) {
-    Support::TempDir dir;
-    const SharedImageSet set = makeSet(PixelType::Float, {9, 8, 7});
-    ASSERT_TRUE(ImageFileIO::save(set, dir.file("plain.nii")).ok());
-    const std::string bytes = readFile(dir.file("plain.nii"));
-    writeGzipMembers(dir.file("members.nii.gz"), {bytes.substr(0, 1000), bytes.substr(1000)});
-    auto loaded = ImageFileIO::load(dir.file("members.nii.gz"));
-    ASSERT_TRUE(loaded) << loaded.error;
-    EXPECT_TRUE(Support::sameValues(*set.mem(), *loaded.images->mem()));
-
-    const std::string compressed = readFile(dir.file("members.nii.gz"));
-    writeFile(dir.file("members.nii.gz"), compressed.substr(0, compressed.size() - 30));
-    EXPECT_THAT(loadError(dir.file("members.nii.gz")), HasSubstr("truncated"));
 }
