@@ -21,16 +21,22 @@ void BitVolume::setFromMask(const std::uint8_t* mask) {
             const std::uint8_t* row = mask + (static_cast<std::int64_t>(z) * m_dims.y() + y) * m_dims.x();
             const std::int64_t start = index(0, y, z);
             int x = 0;
-            // Sparse masks: skip eight background bytes at a time.
+            // Eight voxels at a time: the byte-wise "non-zero" bits are gathered into one byte (bit k from
+            // byte k, on this little-endian layout) by a multiplication, and written with at most two ORs.
             for (; x + 8 <= m_dims.x(); x += 8) {
                 std::uint64_t chunk;
                 std::memcpy(&chunk, row + x, sizeof chunk);
                 if (chunk == 0)
                     continue;
-                for (int k = 0; k < 8; ++k) {
-                    if (row[x + k])
-                        set(start + x + k);
-                }
+                chunk |= chunk >> 4;
+                chunk |= chunk >> 2;
+                chunk |= chunk >> 1;
+                const std::uint64_t eight = ((chunk & 0x0101010101010101u) * 0x0102040810204080u) >> 56;
+                const std::int64_t first = start + x;
+                const int shift = static_cast<int>(first & 63);
+                m_words[first >> 6] |= eight << shift;
+                if (shift > 56)
+                    m_words[(first >> 6) + 1] |= eight >> (64 - shift);
             }
             for (; x < m_dims.x(); ++x) {
                 if (row[x])

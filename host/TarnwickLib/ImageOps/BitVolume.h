@@ -5,6 +5,7 @@
 #include <Eigen/Core>
 
 #include <cstdint>
+#include <cstring>
 
 namespace Tarnwick::ImageOps {
 
@@ -43,20 +44,19 @@ public:
 
     /// The 3x3x3 neighbourhood of voxel i packed as in ThinningTopology (bit (dx+1) + 3(dy+1) + 9(dz+1)).
     std::uint32_t cube(std::int64_t i) const {
-        // Rows start on word boundaries, so the nine rows share one bit offset.
+        // Rows start on word boundaries, so the nine rows share one bit offset; the three bits of a row
+        // lie in the two bytes from the byte holding the first of them.
         const std::int64_t start = i - 1;
-        const int shift = static_cast<int>(start & 63);
-        const std::uint64_t* center = m_words.data() + (start >> 6);
-        const std::int64_t row = m_strideY >> 6, plane = m_strideZ >> 6;
+        const int shift = static_cast<int>(start & 7);
+        const unsigned char* center = bytes() + (start >> 3);
+        const std::int64_t row = m_strideY >> 3, plane = m_strideZ >> 3;
         std::uint32_t bits = 0;
         int position = 0;
         for (int dz = -1; dz <= 1; ++dz) {
             for (int dy = -1; dy <= 1; ++dy, position += 3) {
-                const std::uint64_t* w = center + dy * row + dz * plane;
-                // The high word is shifted in two steps so that shift == 0 never shifts by 64.
-                const std::uint64_t window =
-                    shift <= 61 ? w[0] >> shift : (w[0] >> shift) | ((w[1] << 1) << (63 - shift));
-                bits |= static_cast<std::uint32_t>(window & 7) << position;
+                std::uint16_t pair;
+                std::memcpy(&pair, center + dy * row + dz * plane, sizeof pair);
+                bits |= static_cast<std::uint32_t>((pair >> shift) & 7) << position;
             }
         }
         return bits;
@@ -64,17 +64,18 @@ public:
 
     /// Sets the 27 bits of the 3x3x3 neighbourhood of voxel i.
     void setCube(std::int64_t i) {
-        // As in cube(), the nine rows share one bit offset.
+        // Byte pairs as in cube().
         const std::int64_t start = i - 1;
-        const int shift = static_cast<int>(start & 63);
-        std::uint64_t* center = m_words.data() + (start >> 6);
-        const std::int64_t row = m_strideY >> 6, plane = m_strideZ >> 6;
+        const std::uint16_t rowBits = static_cast<std::uint16_t>(7u << (start & 7));
+        unsigned char* center = bytes() + (start >> 3);
+        const std::int64_t row = m_strideY >> 3, plane = m_strideZ >> 3;
         for (int dz = -1; dz <= 1; ++dz) {
             for (int dy = -1; dy <= 1; ++dy) {
-                std::uint64_t* w = center + dy * row + dz * plane;
-                w[0] |= std::uint64_t(7) << shift;
-                if (shift > 61)
-                    w[1] |= std::uint64_t(7) >> (64 - shift);
+                unsigned char* p = center + dy * row + dz * plane;
+                std::uint16_t pair;
+                std::memcpy(&pair, p, sizeof pair);
+                pair |= rowBits;
+                std::memcpy(p, &pair, sizeof pair);
             }
         }
     }
@@ -83,6 +84,11 @@ public:
     static int lowestBit(std::uint64_t bits) { return __builtin_ctzll(bits); }
 
 private:
+    // Byte k of the words holds voxels 8k .. 8k + 7 (bit j = voxel 8k + j) on little-endian machines.
+    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "BitVolume reads bit rows through bytes");
+    const unsigned char* bytes() const { return reinterpret_cast<const unsigned char*>(m_words.data()); }
+    unsigned char* bytes() { return reinterpret_cast<unsigned char*>(m_words.data()); }
+
     Eigen::Vector3i m_dims;
     std::int64_t m_strideY = 0;
     std::int64_t m_strideZ = 0;

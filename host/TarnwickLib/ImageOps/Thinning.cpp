@@ -14,7 +14,10 @@
 // only becomes active when a face neighbour is removed. Each list entry caches whether the voxel is
 // deletable; removing a voxel marks its 3x3x3 neighbourhood in a "stale" bit volume, and a mark is
 // consumed when the entry is next evaluated, which happens only once it borders the current direction.
-// The candidate search runs over blocks of the list in parallel and concatenates the results in order.
+// Each step rebuilds the list while searching it for candidates: removed entries are dropped and the
+// voxels exposed by the previous step's removals are merged in. The list is cut into blocks of fixed voxel
+// ranges, each starting on a 64-bit word; blocks are rebuilt and searched in parallel, each into its own
+// place in the new list and in the candidate buffer, so the candidates stay in voxel order.
 //
 // Cost: one O(voxels) sweep, then per step O(active voxels) plus O(removed voxels) bookkeeping.
 
@@ -61,28 +64,6 @@ bool isDeletable(std::uint32_t cube) {
            ThinningTopology::isEulerInvariant(cube);
 }
 
-// Merges the sorted entries `a` and the (usually far fewer) sorted entries `b` into `out`, resized to
-// fit, leaving out removed entries. Runs of `a` between consecutive entries of `b` are copied by a loop
-// whose branch is predictable; the removal test is arithmetic.
-template <typename Out>
-void mergeDroppingRemoved(const Entry* a, std::size_t aCount, const Entry* b, std::size_t bCount, Out& out) {
-    out.resize(aCount + bCount);
-    std::size_t i = 0, k = 0;
-    auto copyBelow = [&](Entry limit) {
-        for (; i < aCount && a[i] < limit; ++i) {
-            out[k] = a[i];
-            k += !(a[i] & kRemoved);
-        }
-    };
-    for (std::size_t j = 0; j < bCount; ++j) {
-        copyBelow(b[j]);
-        out[k] = b[j];
-        k += !(b[j] & kRemoved);
-    }
-    copyBelow(~Entry(0));
-    out.resize(k);
-}
-
 class Thinner {
 public:
     Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims);
@@ -92,11 +73,12 @@ public:
 private:
     std::uint64_t activeInWord(std::int64_t w) const;
     void collectActive();
+    void partitionIntoBlocks();
     bool isCandidate(Entry& e, Index offset);
-    void collectCandidates(int direction);
+    void mergeExposed();
+    void rebuildAndCollectCandidates(int direction);
     bool removeSimpleCandidates();
     bool removeIfSimple(Entry* entry);
-    void updateActive();
 
     Eigen::Vector3i m_dims;
     int m_numDirections = 6;
@@ -108,13 +90,17 @@ private:
     std::uint32_t m_exposureMasks[6] = {};
     BitVolume m_image;
     BitVolume m_stale;                           // neighbourhoods of removed voxels not yet re-evaluated
-    ScratchVector<Entry> m_active;               // sorted
-    ScratchVector<Entry> m_activeBuffer;         // buffer of updateActive()
+    ScratchVector<Entry> m_active;               // sorted; removed voxels stay (flagged) until the rebuild
+    ScratchVector<Entry> m_rebuilt;              // the next m_active
     std::array<std::vector<Entry>, 6> m_exposed; // voxels that became active in this step, per direction
     std::vector<Entry> m_exposedMerged, m_exposedBuffer;
-    // Candidate search blocks: block b covers m_active[m_blockStarts[b] .. m_blockStarts[b + 1]) and
-    // leaves its candidates, in voxel order, in m_candidates[m_blockStarts[b] .. m_candidateEnds[b]).
-    std::vector<std::size_t> m_blockStarts, m_candidateEnds;
+    // Block b holds the voxels from m_blockFirstVoxel[b] (a multiple of 64; entry 0 unused) up to the next
+    // block's first voxel: m_active[m_blockStarts[b] .. m_blockStarts[b + 1]), of which m_blockRemoved[b]
+    // were removed since the last rebuild. The search leaves its candidates, in voxel order, in
+    // m_candidates[m_blockStarts[b] .. m_candidateEnds[b]).
+    std::vector<Index> m_blockFirstVoxel;
+    std::vector<std::size_t> m_blockStarts, m_blockRemoved, m_candidateEnds;
+    std::vector<std::size_t> m_exposedStarts, m_rebuiltStarts; // scratch of the rebuild
     ScratchVector<Entry*> m_candidates;
 };
 
@@ -164,11 +150,11 @@ void Thinner::collectActive() {
     }
     for (int z = 0; z < planes; ++z)
         offsets[static_cast<std::size_t>(z) + 1] += offsets[static_cast<std::size_t>(z)];
-    // Room for the list to grow by half without moving, on both sides of updateActive()'s swap: each
+    // Room for the list to grow by half without moving, on both sides of the rebuild's swap: each
     // reallocation would fault in fresh memory.
     const std::size_t capacity = offsets.back() + offsets.back() / 2;
     m_active.reserve(capacity);
-    m_activeBuffer.reserve(capacity);
+    m_rebuilt.reserve(capacity);
     m_active.resize(offsets.back());
 #pragma omp parallel for schedule(static) num_threads(m_threads)
     for (int z = 0; z < planes; ++z) {
@@ -182,6 +168,29 @@ void Thinner::collectActive() {
             }
         }
     }
+    partitionIntoBlocks();
+}
+
+// Cuts the list into blocks of about kBlockSize entries, each starting on a new word of voxels, so that
+// no two threads touch one word of m_stale.
+void Thinner::partitionIntoBlocks() {
+    const std::size_t count = m_active.size();
+    m_blockFirstVoxel.assign(1, 0);
+    m_blockStarts.assign(1, 0);
+    for (std::size_t i = kBlockSize; i < count; i += kBlockSize) {
+        while (i < count && voxelOf(m_active[i]) >> 6 == voxelOf(m_active[i - 1]) >> 6)
+            ++i;
+        if (i < count) {
+            m_blockFirstVoxel.push_back(voxelOf(m_active[i]) & ~Index(63));
+            m_blockStarts.push_back(i);
+        }
+    }
+    m_blockStarts.push_back(count);
+    const std::size_t blocks = m_blockFirstVoxel.size();
+    m_blockRemoved.assign(blocks, 0);
+    m_candidateEnds.resize(blocks);
+    m_exposedStarts.resize(blocks + 1);
+    m_rebuiltStarts.resize(blocks + 1);
 }
 
 // Whether entry e is a candidate of the step with direction offset `offset`; refreshes its cached
@@ -199,38 +208,82 @@ bool Thinner::isCandidate(Entry& e, Index offset) {
     return e & kDeletable;
 }
 
-void Thinner::collectCandidates(int direction) {
-    const Index offset = m_offsets[direction];
-    const std::size_t count = m_active.size();
-    // Blocks begin where a new word of voxels begins, so no two threads touch one word of m_stale.
-    m_blockStarts.assign(1, 0);
-    for (std::size_t i = kBlockSize; i < count; i += kBlockSize) {
-        while (i < count && voxelOf(m_active[i]) >> 6 == voxelOf(m_active[i - 1]) >> 6)
-            ++i;
-        if (i < count)
-            m_blockStarts.push_back(i);
+// Merges the voxels exposed in the last step, one sorted list per direction, into m_exposedMerged.
+void Thinner::mergeExposed() {
+    m_exposedMerged.clear();
+    for (auto& list : m_exposed) {
+        m_exposedBuffer.resize(m_exposedMerged.size() + list.size());
+        std::merge(m_exposedMerged.begin(), m_exposedMerged.end(), list.begin(), list.end(), m_exposedBuffer.begin());
+        m_exposedMerged.swap(m_exposedBuffer);
+        list.clear();
     }
-    m_blockStarts.push_back(count);
-    const std::size_t blocks = m_blockStarts.size() - 1;
-    m_candidateEnds.resize(blocks);
+}
+
+void Thinner::rebuildAndCollectCandidates(int direction) {
+    mergeExposed();
+    const std::vector<Entry>& exposed = m_exposedMerged;
+    const std::size_t blocks = m_blockFirstVoxel.size();
+    // Each block's share of the exposed voxels, and its place in the rebuilt list.
+    m_exposedStarts[0] = 0;
+    for (std::size_t b = 1; b < blocks; ++b) {
+        const Entry first = static_cast<Entry>(m_blockFirstVoxel[b]) << kIndexShift;
+        m_exposedStarts[b] = static_cast<std::size_t>(
+            std::lower_bound(exposed.begin() + static_cast<std::ptrdiff_t>(m_exposedStarts[b - 1]), exposed.end(),
+                             first) -
+            exposed.begin());
+    }
+    m_exposedStarts[blocks] = exposed.size();
+    m_rebuiltStarts[0] = 0;
+    for (std::size_t b = 0; b < blocks; ++b) {
+        m_rebuiltStarts[b + 1] = m_rebuiltStarts[b] + (m_blockStarts[b + 1] - m_blockStarts[b]) - m_blockRemoved[b] +
+                                 (m_exposedStarts[b + 1] - m_exposedStarts[b]);
+    }
+    const std::size_t count = m_rebuiltStarts[blocks];
+    m_rebuilt.resize(count);
     if (m_candidates.size() < count)
         m_candidates.resize(count);
+
+    const Index offset = m_offsets[direction];
 #pragma omp parallel for schedule(dynamic, 1) num_threads(blocks > 1 ? m_threads : 1)
     for (std::size_t b = 0; b < blocks; ++b) {
-        std::size_t end = m_blockStarts[b];
-        for (std::size_t i = m_blockStarts[b]; i < m_blockStarts[b + 1]; ++i) {
-            if (isCandidate(m_active[i], offset))
-                m_candidates[end++] = &m_active[i];
+        const Entry* in = m_active.data() + m_blockStarts[b];
+        const Entry* const inEnd = m_active.data() + m_blockStarts[b + 1];
+        Entry* out = m_rebuilt.data() + m_rebuiltStarts[b];
+        Entry** found = m_candidates.data() + m_rebuiltStarts[b];
+        // Appends e to the rebuilt list and records it if it is a candidate (`found` never passes `out`).
+        auto take = [&](Entry e) {
+            *out = e;
+            *found = out;
+            found += isCandidate(*out, offset);
+            ++out;
+        };
+        auto takeBelow = [&](Entry limit) {
+            for (; in < inEnd && *in < limit; ++in) {
+                if (!(*in & kRemoved))
+                    take(*in);
+            }
+        };
+        for (std::size_t j = m_exposedStarts[b]; j < m_exposedStarts[b + 1]; ++j) {
+            takeBelow(exposed[j]);
+            take(exposed[j]);
         }
-        m_candidateEnds[b] = end;
+        takeBelow(~Entry(0));
+        m_candidateEnds[b] = static_cast<std::size_t>(found - m_candidates.data());
     }
+    m_active.swap(m_rebuilt);
+    m_blockStarts.swap(m_rebuiltStarts);
+    std::fill(m_blockRemoved.begin(), m_blockRemoved.end(), 0);
 }
 
 bool Thinner::removeSimpleCandidates() {
     bool changed = false;
-    for (std::size_t b = 0; b + 1 < m_blockStarts.size(); ++b) {
-        for (std::size_t k = m_blockStarts[b]; k < m_candidateEnds[b]; ++k)
-            changed |= removeIfSimple(m_candidates[k]);
+    for (std::size_t b = 0; b < m_blockRemoved.size(); ++b) {
+        for (std::size_t k = m_blockStarts[b]; k < m_candidateEnds[b]; ++k) {
+            if (removeIfSimple(m_candidates[k])) {
+                ++m_blockRemoved[b];
+                changed = true;
+            }
+        }
     }
     return changed;
 }
@@ -255,29 +308,14 @@ bool Thinner::removeIfSimple(Entry* entry) {
     return true;
 }
 
-void Thinner::updateActive() {
-    // Each direction's list is sorted, because the candidates were visited in order.
-    m_exposedMerged.clear();
-    for (auto& list : m_exposed) {
-        mergeDroppingRemoved(m_exposedMerged.data(), m_exposedMerged.size(), list.data(), list.size(), m_exposedBuffer);
-        m_exposedMerged.swap(m_exposedBuffer);
-        list.clear();
-    }
-    mergeDroppingRemoved(m_active.data(), m_active.size(), m_exposedMerged.data(), m_exposedMerged.size(),
-                         m_activeBuffer);
-    m_active.swap(m_activeBuffer);
-}
-
 void Thinner::run() {
     collectActive();
     int unchangedDirections = 0;
     while (unchangedDirections < m_numDirections) {
         unchangedDirections = 0;
         for (int d = 0; d < m_numDirections; ++d) {
-            collectCandidates(d);
-            if (removeSimpleCandidates())
-                updateActive();
-            else
+            rebuildAndCollectCandidates(d);
+            if (!removeSimpleCandidates())
                 ++unchangedDirections;
         }
     }
