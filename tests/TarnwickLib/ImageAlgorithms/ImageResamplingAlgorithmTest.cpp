@@ -26,14 +26,14 @@ double linearField(const Eigen::Vector3d& world) {
 }
 
 // A float image on `grid` holding linearField at every voxel centre.
-std::shared_ptr<SharedImage> linearFieldImage(const ImageDescriptorWorld& grid, Data::Modality modality = Data::CT) {
+std::shared_ptr<SharedImage> linearFieldImage(const ImageDescriptorWorld& grid) {
     auto image = TypedImage<float>::create(grid.descriptor);
     const Eigen::Vector3i n = grid.descriptor.dimensions;
     for (int z = 0; z < n.z(); ++z)
         for (int y = 0; y < n.y(); ++y)
             for (int x = 0; x < n.x(); ++x)
                 image->setValue(x, y, z, static_cast<float>(linearField(grid.pixelToWorld(Eigen::Vector3d(x, y, z)))));
-    return std::make_shared<SharedImage>(std::move(image), grid.matrixToWorld, modality);
+    return std::make_shared<SharedImage>(std::move(image), grid.matrixToWorld, Data::CT);
 }
 
 ImageDescriptorWorld grid(const Eigen::Vector3i& dimensions, const Eigen::Vector3d& spacing,
@@ -97,8 +97,6 @@ TEST(ImageResamplingAlgorithm, KeepsWorldPlacementAcrossObliqueGridsAndSpacings)
     const Case cases[] = {
         {"3-D oblique to oblique", grid({12, 10, 8}, {0.8, 1.1, 1.7}, obliquePlacement(0.7, {5, -3, 2})),
          grid({9, 11, 7}, {1.3, 0.9, 1.2}, obliquePlacement(-0.4, {5.5, -2.5, 2.2}))},
-        {"3-D finer, axis aligned", grid({6, 5, 4}, {2, 2, 3}, Eigen::Matrix4d::Identity()),
-         grid({13, 11, 9}, {0.9, 0.9, 1.3}, Eigen::Matrix4d::Identity())},
         {"2-D rotated in plane", grid({14, 11, 1}, {0.6, 0.9, 1}, rotationAboutZ(0.3, {1, 2, 0})),
          grid({10, 12, 1}, {0.8, 0.7, 1}, rotationAboutZ(-0.5, {1.5, 1.5, 0}))},
     };
@@ -139,11 +137,6 @@ TEST(ImageResamplingAlgorithm, SpacingModeKeepsTheVolumeInPlace) {
                     .pixelToWorld((target.descriptor.dimensions.cast<double>().array() - 1) / 2)
                     .isApprox(source->descriptorWorld().pixelToWorld(Eigen::Vector3d(4.5, 3, 2))));
     EXPECT_GT(expectWorldPlacementKept(result, *source, true), 40);
-
-    // A 2-D image stays 2-D whatever the z spacing asked for.
-    const auto flat = linearFieldImage(grid({8, 6, 1}, {1, 1, 1}, Eigen::Matrix4d::Identity()));
-    EXPECT_EQ(ImageResamplingAlgorithm::targetForSpacing(*flat, {0.5, 0.5, 3.0}).descriptor,
-              ImageDescriptor(PixelType::Float, {16, 12, 1}, 1, {0.5, 0.5, 1.0}));
 }
 
 TEST(ImageResamplingAlgorithm, LabelMasksResampleAsBinaryMasks) {
@@ -176,38 +169,8 @@ TEST(ImageResamplingAlgorithm, LabelMasksResampleAsBinaryMasks) {
     EXPECT_EQ(*std::max_element(labelNearest.begin(), labelNearest.end()), 255.0);
 }
 
-TEST(ImageResamplingAlgorithm, OneTargetForAllImagesOrOnePerImage) {
-    SharedImageSet set;
-    set.add(linearFieldImage(grid({6, 6, 6}, {1, 1, 1}, obliquePlacement(0.1))));
-    set.add(linearFieldImage(grid({5, 7, 4}, {1.5, 1, 2}, obliquePlacement(0.6))));
-    const ImageDescriptorWorld first = grid({7, 7, 7}, {0.8, 0.8, 0.8}, obliquePlacement(0.2));
-    const ImageDescriptorWorld second = grid({4, 9, 5}, {1.7, 0.9, 1.4}, obliquePlacement(0.5));
-
-    ImageResamplingAlgorithm shared(set, {first});
-    const auto sharedOutput = run(shared);
-    ASSERT_NE(sharedOutput, nullptr);
-    ASSERT_EQ(sharedOutput->size(), 2);
-    ImageResamplingAlgorithm perImage(set, {first, second});
-    const auto perImageOutput = run(perImage);
-    ASSERT_NE(perImageOutput, nullptr);
-    ASSERT_EQ(perImageOutput->size(), 2);
-    for (int i = 0; i < 2; ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(sharedOutput->get(i)->descriptor(), first.descriptor);
-        EXPECT_EQ(perImageOutput->get(i)->descriptor(), (i == 0 ? first : second).descriptor);
-        EXPECT_GT(expectWorldPlacementKept(*sharedOutput->get(i), *set.get(i), true), 20);
-        EXPECT_GT(expectWorldPlacementKept(*perImageOutput->get(i), *set.get(i), true), 20);
-    }
-}
-
 TEST(ImageResamplingAlgorithm, RefusesUnusableTargetsWithAReason) {
     LogCapture log;
-    SharedImageSet empty;
-    ImageResamplingAlgorithm onEmpty(empty, {grid({2, 2, 2}, {1, 1, 1}, Eigen::Matrix4d::Identity())});
-    onEmpty.compute();
-    EXPECT_EQ(onEmpty.status(), Algorithm::IncompleteInput);
-    EXPECT_TRUE(log.contains("Resampling: the input image set is empty.", Log::Error));
-
     SharedImageSet set;
     set.add(linearFieldImage(grid({4, 4, 4}, {1, 1, 1}, Eigen::Matrix4d::Identity())));
     set.add(linearFieldImage(grid({4, 4, 4}, {1, 1, 1}, Eigen::Matrix4d::Identity())));

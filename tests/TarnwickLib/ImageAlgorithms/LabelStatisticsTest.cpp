@@ -39,21 +39,6 @@ TEST(LabelStatistics, BoundsOfEveryLabelForEveryIntegerType) {
     expectBoxesOfTwoLabels<unsigned int>();
 }
 
-TEST(LabelStatistics, MergedBoxesSpanAllLabelledVoxels) {
-    auto image = TypedImage<unsigned short>::zeros({20, 16, 12});
-    image->setValue(3, 4, 5, 2);
-    image->setValue(10, 15, 2, 9);
-    image->setValue(17, 8, 11, 2);
-    const auto bounds = LabelStatistics::computeBounds(SharedImage(std::move(image)));
-    ASSERT_TRUE(bounds);
-    ASSERT_EQ(bounds->size(), 2u);
-    Geometry::AlignedBox merged;
-    for (const auto& [label, box] : *bounds)
-        merged.addBox(box);
-    EXPECT_EQ(merged, Geometry::AlignedBox({3, 4, 2}, {17, 15, 11}));
-    EXPECT_EQ(bounds->at(9), Geometry::AlignedBox({10, 15, 2}, {10, 15, 2}));
-}
-
 TEST(LabelStatistics, EmptyAndUnsupportedImages) {
     const auto none = LabelStatistics::computeBounds(SharedImage(TypedImage<int>::zeros({4, 4, 4})));
     ASSERT_TRUE(none);

@@ -14,17 +14,6 @@ std::unique_ptr<TypedImage<unsigned char>> randomMask(const Eigen::Vector3i& dim
     return mask;
 }
 
-std::unique_ptr<TypedImage<unsigned char>> ballMask(const Eigen::Vector3i& dimensions, const Eigen::Vector3d& centre,
-                                                    double radius) {
-    auto mask = TypedImage<unsigned char>::zeros(dimensions);
-    for (int z = 0; z < dimensions.z(); ++z)
-        for (int y = 0; y < dimensions.y(); ++y)
-            for (int x = 0; x < dimensions.x(); ++x)
-                if ((Eigen::Vector3d(x, y, z) - centre).norm() <= radius)
-                    mask->setValue(x, y, z, 1);
-    return mask;
-}
-
 std::unique_ptr<SharedImageSet> singleImageSet(std::unique_ptr<MemImage> mem, const Eigen::Matrix4d& matrix,
                                                Data::Modality modality) {
     return std::make_unique<SharedImageSet>(std::make_shared<SharedImage>(std::move(mem), matrix, modality));

@@ -13,10 +13,6 @@ namespace Tarnwick::Test {
 std::unique_ptr<TypedImage<unsigned char>> randomMask(const Eigen::Vector3i& dimensions, double density,
                                                       std::uint32_t seed, const Eigen::Vector3d& spacing = {1, 1, 1});
 
-/// A uint8 mask holding 1 inside the ball of `radius` voxels around the voxel `centre`.
-std::unique_ptr<TypedImage<unsigned char>> ballMask(const Eigen::Vector3i& dimensions, const Eigen::Vector3d& centre,
-                                                    double radius);
-
 /// A set holding `mem` as its one image, with `matrix` and `modality`.
 std::unique_ptr<SharedImageSet> singleImageSet(std::unique_ptr<MemImage> mem,
                                                const Eigen::Matrix4d& matrix = Eigen::Matrix4d::Identity(),
