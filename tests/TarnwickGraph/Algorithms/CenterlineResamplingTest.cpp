@@ -22,43 +22,6 @@ ImageDescriptorWorld frame(const Eigen::Vector3i& dims, const Eigen::Vector3d& s
 
 } // namespace
 
-TEST(CenterlineResampling, TargetSpacingOnlyEverCoarsens) {
-    using CenterlineResampling::computeTargetSpacing;
-    const auto descriptor = [](const Eigen::Vector3i& dims, const Eigen::Vector3d& spacing) {
-        return ImageDescriptor(PixelType::UInt8, dims, 1, spacing);
-    };
-    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.1)), 1.0, 6), 1.0 / 6.0);
-    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.5)), 1.0, 6), 0.5);
-    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, {0.1, 0.1, 0.8}), 1.0, 6), 0.8);
-    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 1}, {0.1, 0.12, 5.0}), 1.0, 6), 1.0 / 6.0)
-        << "a 2-D image ignores its z spacing";
-    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.1)), 1.0, 0), 0.1);
-    EXPECT_DOUBLE_EQ(computeTargetSpacing(descriptor({8, 8, 8}, Eigen::Vector3d::Constant(0.1)), NAN, 6), 0.1);
-}
-
-TEST(CenterlineResampling, GridDimensionsAreOddWithPadding) {
-    using CenterlineResampling::computeTargetGrid;
-    const auto input = frame({40, 40, 40}, Eigen::Vector3d::Constant(0.1));
-    // Extents of 10 and 11 voxels at the same spacing: n = 10 gives 10 + 4 + 4 + 1, n = 11 gives 11 + 4 + 4.
-    const auto even = computeTargetGrid(input, {0, 0, 0}, {9, 9, 9}, 0.1, 2);
-    const auto odd = computeTargetGrid(input, {0, 0, 0}, {10, 10, 10}, 0.1, 2);
-    ASSERT_TRUE(even && odd);
-    EXPECT_EQ(even->descriptor.dimensions, Eigen::Vector3i(19, 19, 19));
-    EXPECT_EQ(odd->descriptor.dimensions, Eigen::Vector3i(19, 19, 19));
-    EXPECT_EQ(computeTargetGrid(input, {0, 0, 0}, {9, 10, 29}, 0.1, std::nullopt)->descriptor.dimensions,
-              Eigen::Vector3i(15, 15, 35));
-    // Coarsening: 30 voxels of 0.1 mm at 0.25 mm give n = ceil(12) = 12.
-    const auto coarse = computeTargetGrid(input, {0, 0, 0}, {29, 29, 29}, 0.25, 1);
-    EXPECT_EQ(coarse->descriptor.dimensions, Eigen::Vector3i(19, 19, 19));
-    EXPECT_EQ(coarse->descriptor.spacing, Eigen::Vector3d::Constant(0.25));
-    EXPECT_EQ(coarse->descriptor.pixelType, PixelType::UInt8);
-
-    const auto flat = computeTargetGrid(frame({40, 30, 1}, {0.1, 0.1, 2.0}), {0, 0, 0}, {9, 10, 0}, 0.1, 2);
-    ASSERT_TRUE(flat);
-    EXPECT_EQ(flat->descriptor.dimensions, Eigen::Vector3i(19, 19, 1));
-    EXPECT_EQ(flat->descriptor.spacing, Eigen::Vector3d(0.1, 0.1, 1.0));
-}
-
 TEST(CenterlineResampling, GridIsCentredOnTheRoundedBoxCentreWithTheInputsAxes) {
     const Eigen::Matrix4d placement = Tarnwick::Test::obliquePlacement();
     const auto input = frame({40, 50, 60}, {0.3, 0.4, 0.5}, placement);

@@ -34,25 +34,6 @@ std::vector<Eigen::Vector3d> positions(const Graph& graph) {
     return result;
 }
 
-TEST(CombineGraphsTest, AcceptsTwoOrMoreGraphsIgnoringOtherData) {
-    auto a = chain(1, 0), b = chain(1, 5);
-    Mesh mesh;
-    EXPECT_TRUE(CombineGraphsAlgorithm::createCompatible(DataList{a.get(), b.get()}, nullptr));
-    EXPECT_TRUE(CombineGraphsAlgorithm::createCompatible(DataList{&mesh, a.get(), b.get()}, nullptr));
-    EXPECT_FALSE(CombineGraphsAlgorithm::createCompatible(DataList{a.get(), &mesh}, nullptr));
-    EXPECT_FALSE(CombineGraphsAlgorithm::createCompatible(DataList{}, nullptr));
-
-    // The graphs are combined in selection order.
-    Algorithm* out = nullptr;
-    ASSERT_TRUE(CombineGraphsAlgorithm::createCompatible(DataList{b.get(), &mesh, a.get()}, &out));
-    std::unique_ptr<Algorithm> algorithm(out);
-    EXPECT_TRUE(algorithm->parameters().empty());
-    algorithm->compute();
-    const auto* combined = static_cast<CombineGraphsAlgorithm*>(algorithm.get())->combined();
-    ASSERT_NE(combined, nullptr);
-    EXPECT_EQ(positions(*combined), (std::vector<Eigen::Vector3d>{{5, 0, 0}, {0, 0, 0}}));
-}
-
 TEST(CombineGraphsTest, NodesGetFreshIdsInInputOrder) {
     auto first = chain(3, 0);
     auto second = chain(2, 10);
@@ -133,15 +114,6 @@ TEST(CombineGraphsTest, PositionsAreMappedToWorldAndFeaturesKeepTheirColumns) {
     EXPECT_EQ(nodes[2].attributes, attributes);
 }
 
-TEST(CombineGraphsTest, DimensionFollowsTheInputs) {
-    auto a = chain(1, 0, Graph::Undirected, Graph::Dim2D);
-    auto b = chain(1, 1, Graph::Undirected, Graph::Dim2D);
-    CombineGraphsAlgorithm algorithm({a.get(), b.get()});
-    algorithm.compute();
-    ASSERT_NE(algorithm.combined(), nullptr);
-    EXPECT_EQ(algorithm.combined()->dimension(), Graph::Dim2D);
-}
-
 TEST(CombineGraphsTest, RejectedInputsLogTheReasonAndLeaveNoOutput) {
     auto graph3D = chain(2, 0);
     auto graph2D = chain(2, 0, Graph::Undirected, Graph::Dim2D);
@@ -173,19 +145,6 @@ TEST(CombineGraphsTest, RejectedInputsLogTheReasonAndLeaveNoOutput) {
         EXPECT_TRUE(algorithm.output().empty());
         EXPECT_EQ(algorithm.combined(), nullptr);
     }
-}
-
-TEST(CombineGraphsTest, AFailedRunDiscardsAnEarlierResult) {
-    auto a = chain(2, 0), b = chain(2, 5);
-    std::vector<Graph*> graphs{a.get(), b.get()};
-    CombineGraphsAlgorithm algorithm(graphs);
-    algorithm.compute();
-    ASSERT_NE(algorithm.combined(), nullptr);
-    b->getOrCreateEdgeFeatureIdx("length", 0.0);
-    LogCapture log;
-    algorithm.compute();
-    EXPECT_EQ(algorithm.status(), Algorithm::Error);
-    EXPECT_EQ(algorithm.combined(), nullptr);
 }
 
 } // namespace

@@ -46,65 +46,6 @@ std::vector<double> edgeValues(const Graph& graph, const std::string& feature) {
     return values;
 }
 
-std::unique_ptr<Algo> create(const DataList& data) {
-    Algorithm* out = nullptr;
-    EXPECT_TRUE(Algo::createCompatible(data, &out));
-    return std::unique_ptr<Algo>(static_cast<Algo*>(out));
-}
-
-TEST(ComputeCommonGraphFeaturesTest, AcceptsOneGraphWithAtMostOneImageSet) {
-    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
-    auto labels = tubeLabels(), second = tubeLabels();
-    Mesh mesh;
-    EXPECT_TRUE(Algo::createCompatible(DataList{&graph}, nullptr));
-    EXPECT_TRUE(Algo::createCompatible(DataList{labels.get(), &graph}, nullptr));
-    EXPECT_FALSE(Algo::createCompatible(DataList{&graph, labels.get(), second.get()}, nullptr));
-    EXPECT_FALSE(Algo::createCompatible(DataList{&graph, &mesh}, nullptr));
-    EXPECT_FALSE(Algo::createCompatible(DataList{&graph, &other}, nullptr));
-    EXPECT_FALSE(Algo::createCompatible(DataList{labels.get()}, nullptr));
-    EXPECT_FALSE(Algo::createCompatible(DataList{}, nullptr));
-
-    // The created algorithm works on the selected graph with the selected labels.
-    auto graphWithEdges = axisGraph();
-    auto algorithm = create(DataList{labels.get(), graphWithEdges.get()});
-    EXPECT_EQ(algorithm->mode.value(), Algo::Diameter);
-    algorithm->compute();
-    EXPECT_EQ(algorithm->status(), Algorithm::Success);
-    EXPECT_GT(edgeValues(*graphWithEdges, "diameter").front(), 6.0);
-    EXPECT_TRUE(algorithm->takeOutput().empty()) << "the graph is changed in place";
-}
-
-TEST(ComputeCommonGraphFeaturesTest, ParametersAndTheirVisibilityFollowTheMode) {
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    Algo withoutLabels(graph, nullptr);
-    EXPECT_EQ(withoutLabels.mode.attribute("values"), "EdgeLength, Diameter, CrossSection, Degree, VesselDiameter");
-    EXPECT_EQ(withoutLabels.mode.value(), Algo::EdgeLength);
-    auto hidden = [](const Algo& a) {
-        return std::vector<std::string>{a.averageZeroEdges.attribute("hidden"), a.threshold.attribute("hidden"),
-                                        a.slidingAverage.attribute("hidden"), a.clampEdges.attribute("hidden")};
-    };
-    EXPECT_EQ(hidden(withoutLabels), (std::vector<std::string>{"true", "false", "true", "true"}));
-    auto labels = tubeLabels();
-    Algo withLabels(graph, labels.get());
-    EXPECT_EQ(withLabels.mode.value(), Algo::Diameter);
-    EXPECT_EQ(hidden(withLabels), (std::vector<std::string>{"false", "false", "true", "true"}));
-
-    const std::vector<std::pair<Algo::Mode, std::vector<std::string>>> expected{
-        {Algo::VesselDiameter, {"false", "false", "false", "false"}},
-        {Algo::CrossSection, {"true", "false", "true", "true"}},
-        {Algo::Diameter, {"false", "false", "true", "true"}},
-        {Algo::Degree, {"true", "false", "true", "true"}},
-        {Algo::EdgeLength, {"true", "false", "true", "true"}},
-    };
-    for (const auto& [mode, visibility] : expected) {
-        withLabels.mode = mode;
-        EXPECT_EQ(hidden(withLabels), visibility) << mode;
-    }
-    // Configuring by text goes through the same signal.
-    EXPECT_FALSE(withLabels.mode.setFromString("VesselDiameter").has_value());
-    EXPECT_EQ(hidden(withLabels), (std::vector<std::string>{"false", "false", "false", "false"}));
-}
-
 TEST(ComputeCommonGraphFeaturesTest, EdgeLengthsAndDegreesAreWrittenInPlace) {
     Graph graph(Graph::Undirected, Graph::Dim3D);
     addPolyline(graph, {{0, 0, 0}, {3, 4, 0}, {3, 4, 12}});

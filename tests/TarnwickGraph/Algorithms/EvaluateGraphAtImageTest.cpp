@@ -31,18 +31,6 @@ std::unique_ptr<SharedImageSet> rampImage(std::optional<float> constant = std::n
 
 } // namespace
 
-TEST(EvaluateGraphAtImage, SelectionIsOneGraphAndOneImageSet) {
-    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
-    auto image = rampImage();
-    auto second = rampImage();
-    EXPECT_TRUE(EvaluateGraphAtImageAlgorithm::createCompatible(DataList{&graph, image.get()}, nullptr));
-    EXPECT_TRUE(EvaluateGraphAtImageAlgorithm::createCompatible(DataList{image.get(), &graph}, nullptr));
-    EXPECT_FALSE(EvaluateGraphAtImageAlgorithm::createCompatible(DataList{&graph}, nullptr));
-    EXPECT_FALSE(EvaluateGraphAtImageAlgorithm::createCompatible(DataList{&graph, &other}, nullptr));
-    EXPECT_FALSE(EvaluateGraphAtImageAlgorithm::createCompatible(DataList{image.get(), second.get()}, nullptr));
-    EXPECT_FALSE(EvaluateGraphAtImageAlgorithm::createCompatible(DataList{&graph, image.get(), second.get()}, nullptr));
-}
-
 TEST(EvaluateGraphAtImage, StoresTwiceTheValueAtEachEdgeMidpoint) {
     auto graph = Tarnwick::Test::makeRandomGraph(20, 40, 5); // positions in [0, 10)^3
     graph->addNodeFeatureDescriptors({{"n", 7.0}});
@@ -72,18 +60,6 @@ TEST(EvaluateGraphAtImage, StoresTwiceTheValueAtEachEdgeMidpoint) {
     });
     EXPECT_EQ(Tarnwick::Test::positions(*graph), nodesBefore);
     EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*graph));
-}
-
-TEST(EvaluateGraphAtImage, RunningAgainReusesTheColumn) {
-    auto graph = Tarnwick::Test::makeChain({{0, 0, 0}, {1, 0, 0}, {2, 1, 0}});
-    auto image = rampImage(3.0f);
-    EvaluateGraphAtImageAlgorithm algorithm(*graph, *image);
-    algorithm.edgeFeatureName = std::string("diameter");
-    algorithm.compute();
-    algorithm.compute();
-    EXPECT_EQ(graph->edgeFeatureDescriptors().size(), 1u);
-    graph->forEachEdge(
-        [](const Graph::EdgeInfo& edge, unsigned long, unsigned long) { EXPECT_FLOAT_EQ(edge.features[0], 6.0); });
 }
 
 TEST(EvaluateGraphAtImage, MissingNameOrImageIsReported) {

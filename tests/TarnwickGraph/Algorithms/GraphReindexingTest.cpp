@@ -68,25 +68,6 @@ void expectRenumberedFrom(const Graph& original, const Graph& renumbered, unsign
 
 } // namespace
 
-TEST(GraphReindexing, SelectionIsOneGraphAndRootIsHiddenForLargestDiameter) {
-    auto graph = scrambledTree();
-    Graph other(Graph::Undirected, Graph::Dim3D);
-    EXPECT_FALSE(GraphReindexingAlgorithm::createCompatible(DataList{graph.get(), &other}, nullptr));
-    EXPECT_FALSE(GraphReindexingAlgorithm::createCompatible(DataList{}, nullptr));
-    Algorithm* created = nullptr;
-    ASSERT_TRUE(GraphReindexingAlgorithm::createCompatible(DataList{graph.get()}, &created));
-    std::unique_ptr<Algorithm> owned(created);
-    auto& algorithm = dynamic_cast<GraphReindexingAlgorithm&>(*owned);
-
-    EXPECT_EQ(algorithm.mode.attribute("values"), "Manual,Largest Diameter");
-    EXPECT_EQ(algorithm.rootIndex.attribute("max"), "60");
-    EXPECT_EQ(algorithm.rootIndex.attribute("hidden"), "false");
-    algorithm.mode = GraphReindexingAlgorithm::LargestDiameter;
-    EXPECT_EQ(algorithm.rootIndex.attribute("hidden"), "true");
-    algorithm.mode = GraphReindexingAlgorithm::Manual;
-    EXPECT_EQ(algorithm.rootIndex.attribute("hidden"), "false");
-}
-
 TEST(GraphReindexing, ManualRootRenumbersIntoANewGraph) {
     auto graph = scrambledTree();
     const auto before = graph->clone();
@@ -104,18 +85,6 @@ TEST(GraphReindexing, ManualRootRenumbersIntoANewGraph) {
     }
     EXPECT_EQ(graph->maxNodeId(), before->maxNodeId());
     EXPECT_TRUE(graph->hasNode(50));
-}
-
-TEST(GraphReindexing, InPlaceReplacesTheInputContent) {
-    auto graph = scrambledTree();
-    const auto original = graph->clone();
-    GraphReindexingAlgorithm algorithm(*graph);
-    algorithm.rootIndex = 20;
-    algorithm.inPlace = true;
-    algorithm.compute();
-    ASSERT_EQ(algorithm.status(), Algorithm::Success);
-    EXPECT_TRUE(algorithm.output().empty());
-    expectRenumberedFrom(*original, *graph, 20);
 }
 
 TEST(GraphReindexing, LargestDiameterStartsAtTheThickestTerminalEdge) {

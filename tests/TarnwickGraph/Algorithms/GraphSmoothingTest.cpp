@@ -48,30 +48,6 @@ void runMode(Graph& graph, GraphSmoothingAlgorithm::Mode mode, double strength, 
 
 } // namespace
 
-TEST(GraphSmoothing, SelectionModesAndVisibility) {
-    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
-    SharedImageSet labels, more;
-    EXPECT_TRUE(GraphSmoothingAlgorithm::createCompatible(DataList{&graph}, nullptr));
-    EXPECT_TRUE(GraphSmoothingAlgorithm::createCompatible(DataList{&labels, &graph}, nullptr));
-    EXPECT_FALSE(GraphSmoothingAlgorithm::createCompatible(DataList{&graph, &other}, nullptr));
-    EXPECT_FALSE(GraphSmoothingAlgorithm::createCompatible(DataList{&graph, &labels, &more}, nullptr));
-    EXPECT_FALSE(GraphSmoothingAlgorithm::createCompatible(DataList{&labels}, nullptr));
-
-    GraphSmoothingAlgorithm plain(graph, nullptr);
-    EXPECT_EQ(plain.mode.value(), GraphSmoothingAlgorithm::NeighborhoodWeightedAverage);
-    EXPECT_EQ(plain.mode.attribute("values"), "NeighborhoodWeightedAverage,LaplacianHeatKernel");
-    EXPECT_EQ(plain.smoothingStrength.value(), 1.0);
-    EXPECT_TRUE(plain.preserveTerminalEdges.value());
-
-    GraphSmoothingAlgorithm withLabels(graph, &labels);
-    EXPECT_EQ(withLabels.mode.value(), GraphSmoothingAlgorithm::DistanceWeightedCurveShortening);
-    EXPECT_EQ(withLabels.mode.attribute("values"),
-              "NeighborhoodWeightedAverage,LaplacianHeatKernel,DistanceWeightedCurveShortening");
-    EXPECT_EQ(withLabels.smoothingStrength.attribute("hidden"), "true");
-    withLabels.mode = GraphSmoothingAlgorithm::LaplacianHeatKernel;
-    EXPECT_EQ(withLabels.smoothingStrength.attribute("hidden"), "false");
-}
-
 TEST(GraphSmoothing, StraightEvenChainIsAFixedPointOfTheNeighbourAverage) {
     std::vector<Eigen::Vector3d> points;
     for (int i = 0; i < 12; ++i)
@@ -241,36 +217,6 @@ TEST(CurveShortening, TwoDimensionalGraphsStayInTheirPlane) {
     EXPECT_LT(Tarnwick::Test::rmsDistanceFromXAxis(*graph), 0.25 * before);
     for (const Eigen::Vector3d& p : Tarnwick::Test::positions(*graph))
         EXPECT_EQ(p.z(), 0.0);
-}
-
-TEST(CurveShortening, RejectsANonFloatDistanceImage) {
-    LogCapture log;
-    auto graph = Tarnwick::Test::makeChain({{0, 0, 0}, {1, 0, 0}, {2, 1, 0}});
-    const auto before = Tarnwick::Test::positions(*graph);
-    SharedImage bytes(std::shared_ptr<MemImage>(TypedImage<unsigned char>::zeros({4, 4, 4})));
-    EXPECT_FALSE(DistanceWeightedCurveShortening::evolve(*graph, bytes, true));
-    EXPECT_EQ(Tarnwick::Test::positions(*graph), before);
-    EXPECT_EQ(log.errors().size(), 1u);
-}
-
-TEST(BogackiShampine, StepHasFifthOrderAndItsEstimateFourth) {
-    // y' = y^2, y(0) = 0.5 has the solution 1 / (2 - t).
-    const BogackiShampineIntegrator::Derivative square = [](double, const Eigen::MatrixX3d& x, Eigen::MatrixX3d& dxdt) {
-        dxdt = x.cwiseProduct(x);
-    };
-    const Eigen::MatrixX3d start = Eigen::MatrixX3d::Constant(2, 3, 0.5);
-    const Eigen::MatrixX3d slope = Eigen::MatrixX3d::Constant(2, 3, 0.25);
-    const auto step = [&](double h) { return BogackiShampineIntegrator::bs5Step(square, 0.0, start, slope, h); };
-    const auto big = step(0.2), small = step(0.1);
-    const double errorBig = std::abs(big.x(0, 0) - 1.0 / 1.8);
-    const double errorSmall = std::abs(small.x(0, 0) - 1.0 / 1.9);
-    // Halving h divides the local error of a fifth-order step by at least 2^6 and the embedded fourth-order
-    // estimate by at least 2^5 (asymptotically; 0.5 of slack for the higher-order terms).
-    EXPECT_GT(std::log2(errorBig / errorSmall), 5.5);
-    EXPECT_GT(std::log2(big.error / small.error), 4.5);
-    EXPECT_GT(small.error, errorSmall) << "the estimate bounds the fifth-order error";
-    EXPECT_NEAR(small.dxdt(1, 2), small.x(1, 2) * small.x(1, 2), 1e-15)
-        << "the last stage is the derivative at the new point";
 }
 
 TEST(BogackiShampine, AdaptiveIntegrationEndsExactlyAtTheEndTime) {

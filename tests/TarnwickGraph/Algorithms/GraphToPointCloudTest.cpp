@@ -14,15 +14,6 @@
 
 using namespace Tarnwick;
 
-TEST(GraphToPointCloud, OfferedForAnySelectionWithGraphs) {
-    Graph a(Graph::Undirected, Graph::Dim3D), b(Graph::Directed, Graph::Dim2D);
-    SharedImageSet images;
-    EXPECT_FALSE(GraphToPointCloudAlgorithm::createCompatible(DataList{}, nullptr));
-    EXPECT_FALSE(GraphToPointCloudAlgorithm::createCompatible(DataList{&images}, nullptr));
-    EXPECT_TRUE(GraphToPointCloudAlgorithm::createCompatible(DataList{&a}, nullptr));
-    EXPECT_TRUE(GraphToPointCloudAlgorithm::createCompatible(DataList{&a, &images, &b}, nullptr));
-}
-
 TEST(GraphToPointCloud, OneCloudPerGraphInSelectionOrder) {
     // Many graphs of different sizes, so the parallel loop's threads finish in varying order.
     std::vector<std::unique_ptr<Graph>> graphs;

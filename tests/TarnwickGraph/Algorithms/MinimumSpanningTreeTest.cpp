@@ -58,29 +58,6 @@ std::set<Edge> edgeSet(const Graph& graph) {
 
 } // namespace
 
-TEST(MinimumSpanningTree, SelectionAndParameterVisibility) {
-    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
-    SharedImageSet labels, more;
-    EXPECT_TRUE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&graph}, nullptr));
-    EXPECT_TRUE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&labels, &graph}, nullptr));
-    EXPECT_FALSE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&graph, &other}, nullptr));
-    EXPECT_FALSE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&graph, &labels, &more}, nullptr));
-    EXPECT_FALSE(MinimumSpanningTreeAlgorithm::createCompatible(DataList{&labels}, nullptr));
-
-    MinimumSpanningTreeAlgorithm algorithm(graph, nullptr);
-    EXPECT_EQ(algorithm.weightMode.attribute("values"),
-              "EdgeLength, Diameter, WeightedDiameterEdgeLength, UserDefined");
-    const std::pair<MinimumSpanningTreeAlgorithm::WeightMode, const char*> expected[] = {
-        {MinimumSpanningTreeAlgorithm::Diameter, "true"},
-        {MinimumSpanningTreeAlgorithm::UserDefined, "false"},
-        {MinimumSpanningTreeAlgorithm::WeightedDiameterEdgeLength, "true"},
-        {MinimumSpanningTreeAlgorithm::EdgeLength, "false"}};
-    for (const auto& [mode, hidden] : expected) {
-        algorithm.weightMode = mode;
-        EXPECT_EQ(algorithm.edgeFeatureName.attribute("hidden"), hidden) << mode;
-    }
-}
-
 TEST(MinimumSpanningTree, CutsTheCycleEdgeWithTheLargestKey) {
     // UserDefined keys are 1 / value: values 1, 0.5, 1/3 give keys 1, 2, 3.
     auto triangle = weightedGraph(3, {{{1, 2}, 1.0}, {{2, 3}, 0.5}, {{1, 3}, 1.0 / 3.0}});

@@ -27,16 +27,6 @@ std::unique_ptr<Graph> threeNodes(Graph::Type type) {
 
 } // namespace
 
-TEST(NodeToEdgeFeature, SelectionMustHoldExactlyOneGraph) {
-    Graph a(Graph::Undirected, Graph::Dim3D), b(Graph::Undirected, Graph::Dim3D);
-    SharedImageSet images;
-    EXPECT_TRUE(NodeToEdgeFeatureAlgorithm::createCompatible(DataList{&a}, nullptr));
-    EXPECT_TRUE(NodeToEdgeFeatureAlgorithm::createCompatible(DataList{&images, &a}, nullptr));
-    EXPECT_FALSE(NodeToEdgeFeatureAlgorithm::createCompatible(DataList{&a, &b}, nullptr));
-    EXPECT_FALSE(NodeToEdgeFeatureAlgorithm::createCompatible(DataList{&images}, nullptr));
-    EXPECT_FALSE(NodeToEdgeFeatureAlgorithm::createCompatible(DataList{}, nullptr));
-}
-
 TEST(NodeToEdgeFeature, RefusesGraphsWithoutTheFeatureAndLeavesThemUnchanged) {
     LogCapture log;
     auto bare = Tarnwick::Test::makeChain({{0, 0, 0}, {1, 0, 0}});
@@ -86,18 +76,4 @@ TEST(NodeToEdgeFeature, EveryEdgeCombinesItsEndValues) {
         EXPECT_DOUBLE_EQ(graph->edge(from, to)->features[column], c.edge32) << c.column;
         EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*graph));
     }
-}
-
-TEST(NodeToEdgeFeature, RunningAgainReusesTheColumn) {
-    auto graph = threeNodes(Graph::Undirected);
-    NodeToEdgeFeatureAlgorithm algorithm(*graph);
-    algorithm.nodeFeatureName = "a";
-    algorithm.compute();
-    const std::size_t columns = graph->edgeFeatureDescriptors().size();
-    algorithm.nodeFeatureName = "unknown";
-    algorithm.nodeFeatureIndex = 1; // selects "b" by index
-    algorithm.compute();
-    EXPECT_EQ(graph->edgeFeatureDescriptors().size(), columns);
-    const auto column = static_cast<std::size_t>(*graph->getEdgeFeatureIdx("NodeFeatureSum"));
-    EXPECT_DOUBLE_EQ(graph->edge(1, 2)->features[column], 7.0);
 }

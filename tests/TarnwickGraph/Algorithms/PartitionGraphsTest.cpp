@@ -31,26 +31,6 @@ std::unique_ptr<Graph> threeComponents(Graph::Type type = Graph::Undirected) {
     return graph;
 }
 
-TEST(PartitionGraphsTest, AcceptsExactlyOneGraph) {
-    Graph a(Graph::Undirected, Graph::Dim3D), b(Graph::Undirected, Graph::Dim3D);
-    Mesh mesh;
-    EXPECT_TRUE(PartitionGraphsAlgorithm::createCompatible(DataList{&a}, nullptr));
-    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{}, nullptr));
-    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&a, &b}, nullptr));
-    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&a, &mesh}, nullptr));
-    EXPECT_FALSE(PartitionGraphsAlgorithm::createCompatible(DataList{&mesh}, nullptr));
-}
-
-TEST(PartitionGraphsTest, ComponentsAreNumberedInDiscoveryOrderWithAscendingIds) {
-    auto graph = threeComponents();
-    // A node added later under a small id joins the first component through an edge.
-    graph->addOrReplaceNode(0, Graph::NodeInfo(Eigen::Vector3d::Zero(), {}));
-    graph->addEdge(0, 6, {});
-    const auto components = PartitionGraphsAlgorithm::computeConnectedComponents(*graph);
-    const PartitionGraphsAlgorithm::ComponentMap expected{{0, {0, 5, 6}}, {1, {1}}, {2, {2, 3, 4}}};
-    EXPECT_EQ(components, expected);
-}
-
 TEST(PartitionGraphsTest, PartsComeLargestFirstWithFreshIdsAndAllEdges) {
     auto graph = threeComponents();
     PartitionGraphsAlgorithm algorithm(*graph);

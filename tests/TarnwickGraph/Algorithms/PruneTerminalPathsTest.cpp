@@ -57,33 +57,6 @@ std::vector<unsigned long> ids(const Graph& graph) {
     return result;
 }
 
-TEST(PruneTerminalPathsTest, CompatibilityAndParametersFollowTheDistanceImage) {
-    Graph graph(Graph::Undirected, Graph::Dim3D), other(Graph::Undirected, Graph::Dim3D);
-    auto distance = constantImage(PixelType::Float, 1.0);
-    auto second = constantImage(PixelType::Float, 1.0);
-    EXPECT_TRUE(PruneTerminalPathsAlgorithm::createCompatible(DataList{&graph}, nullptr));
-    EXPECT_TRUE(PruneTerminalPathsAlgorithm::createCompatible(DataList{distance.get(), &graph}, nullptr));
-    EXPECT_FALSE(PruneTerminalPathsAlgorithm::createCompatible(DataList{&graph, &other}, nullptr));
-    EXPECT_FALSE(
-        PruneTerminalPathsAlgorithm::createCompatible(DataList{&graph, distance.get(), second.get()}, nullptr));
-    EXPECT_FALSE(PruneTerminalPathsAlgorithm::createCompatible(DataList{distance.get()}, nullptr));
-
-    Algorithm* out = nullptr;
-    ASSERT_TRUE(PruneTerminalPathsAlgorithm::createCompatible(DataList{&graph}, &out));
-    std::unique_ptr<PruneTerminalPathsAlgorithm> plain(static_cast<PruneTerminalPathsAlgorithm*>(out));
-    EXPECT_EQ(plain->mode.value(), PruneTerminalPathsAlgorithm::GlobalThreshold);
-    EXPECT_EQ(plain->mode.attribute("values"), "GlobalThreshold");
-    EXPECT_EQ(plain->sensitivity.attribute("hidden"), "true");
-
-    ASSERT_TRUE(PruneTerminalPathsAlgorithm::createCompatible(DataList{distance.get(), &graph}, &out));
-    std::unique_ptr<PruneTerminalPathsAlgorithm> withImage(static_cast<PruneTerminalPathsAlgorithm*>(out));
-    EXPECT_EQ(withImage->mode.value(), PruneTerminalPathsAlgorithm::DistanceBased);
-    EXPECT_EQ(withImage->mode.attribute("values"), "GlobalThreshold, DistanceBased");
-    EXPECT_EQ(withImage->sensitivity.attribute("hidden"), "false");
-    withImage->mode = PruneTerminalPathsAlgorithm::GlobalThreshold;
-    EXPECT_EQ(withImage->sensitivity.attribute("hidden"), "true");
-}
-
 TEST(PruneTerminalPathsTest, ShortPathsAreRemovedOnlyBelowTheThreshold) {
     // A leaf joined to a branching node by one edge of length 0.8.
     for (const auto& [threshold, removed] : {std::pair{1.0, true}, std::pair{0.5, false}}) {
@@ -311,20 +284,6 @@ TEST(PruneTerminalPathsTest, DistanceBasedPruningRemovesSpursWithinTheVesselAndK
     PruneTerminalPathsAlgorithm::removeShortTerminalPaths(*byThresholdPermuted, 3.2);
     EXPECT_EQ(geometryOf(*byThreshold), geometryOf(*byThresholdPermuted));
     EXPECT_NE(geometryOf(*byThreshold), geometryOf(*graph)) << "the longer spurs survive a threshold of 3.2";
-}
-
-TEST(PruneTerminalPathsTest, HigherSensitivityRemovesLongerPaths) {
-    const SpurTree tree = SpurTree::make();
-    ImageDescriptorWorld frame(ImageDescriptor(PixelType::Float, Eigen::Vector3i(96, 64, 64)),
-                               Eigen::Matrix4d::Identity());
-    frame.matrixToWorld = frame.imageToPixelMatrix();
-    auto distance = imageSet(tubeDistanceImage(tree.tubes, frame));
-    auto gentle = tree.graph(tree.sequentialIds());
-    auto aggressive = tree.graph(tree.sequentialIds());
-    PruneTerminalPathsAlgorithm::removePathsDistanceBased(*gentle, distance.get(), 0.3);
-    PruneTerminalPathsAlgorithm::removePathsDistanceBased(*aggressive, distance.get(), 4.0);
-    EXPECT_GT(gentle->numNodes(), tree.positions.size() - tree.spurNodes.size()) << "some spurs survive";
-    EXPECT_LT(aggressive->numNodes(), tree.positions.size() - tree.spurNodes.size()) << "branch tips go too";
 }
 
 } // namespace

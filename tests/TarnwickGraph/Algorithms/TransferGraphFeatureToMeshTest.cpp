@@ -40,53 +40,6 @@ std::unique_ptr<Mesh> probeMesh() {
 
 } // namespace
 
-TEST(TransferGraphFeatureToMesh, SelectionIsOneGraphAndOneMesh) {
-    auto graph = twoEdges();
-    Graph other(Graph::Undirected, Graph::Dim3D);
-    auto mesh = probeMesh();
-    EXPECT_TRUE(TransferGraphFeatureToMeshAlgorithm::createCompatible(DataList{mesh.get(), graph.get()}, nullptr));
-    EXPECT_FALSE(TransferGraphFeatureToMeshAlgorithm::createCompatible(DataList{graph.get()}, nullptr));
-    EXPECT_FALSE(TransferGraphFeatureToMeshAlgorithm::createCompatible(DataList{graph.get(), &other}, nullptr));
-    EXPECT_FALSE(
-        TransferGraphFeatureToMeshAlgorithm::createCompatible(DataList{graph.get(), mesh.get(), &other}, nullptr));
-}
-
-TEST(TransferGraphFeatureToMesh, NearestEdgeMatchesBruteForce) {
-    std::mt19937 random(3);
-    std::uniform_real_distribution<double> coordinate(-5.0, 15.0);
-    for (std::uint32_t seed = 1; seed <= 5; ++seed) {
-        auto graph = Tarnwick::Test::makeRandomGraph(30, 40, seed);
-        // One long edge among short ones exercises the sampling bound.
-        const unsigned long far = graph->addNode(Graph::NodeInfo({60, -20, 5}, {}));
-        graph->addEdge(1, far, Graph::EdgeInfo{});
-        Eigen::Matrix4d placement = Eigen::Matrix4d::Identity();
-        placement.topLeftCorner<3, 3>() = Eigen::AngleAxisd(0.4, Eigen::Vector3d(1, 2, 3).normalized()).matrix();
-        placement.topRightCorner<3, 1>() = Eigen::Vector3d(3, -2, 7);
-        graph->setMatrixToWorld(placement);
-
-        std::vector<std::pair<Eigen::Vector3d, Eigen::Vector3d>> segments;
-        graph->forEachEdge([&](const Graph::EdgeInfo&, const Graph::NodeInfo& a, const Graph::NodeInfo& b) {
-            segments.emplace_back((placement * a.position.homogeneous()).head<3>(),
-                                  (placement * b.position.homogeneous()).head<3>());
-        });
-        const NearestEdgeSearch search(*graph);
-        ASSERT_EQ(search.numEdges(), segments.size());
-        for (int q = 0; q < 200; ++q) {
-            const Eigen::Vector3d point(coordinate(random), coordinate(random), coordinate(random));
-            double expected = std::numeric_limits<double>::infinity();
-            for (const auto& [a, b] : segments)
-                expected = std::min(expected, Geometry::Line(a, b).distanceToSegment(point));
-            const auto hit = search.nearest(point);
-            ASSERT_TRUE(hit);
-            EXPECT_NEAR(hit->distance, expected, 1e-12) << "seed " << seed << " query " << q;
-            const auto& [a, b] = segments[static_cast<std::size_t>(hit->edgeIndex)];
-            EXPECT_NEAR((a + hit->t * (b - a) - point).norm(), hit->distance, 1e-9);
-        }
-    }
-    Graph empty(Graph::Undirected, Graph::Dim3D);
-    EXPECT_FALSE(NearestEdgeSearch(empty).nearest(Eigen::Vector3d::Zero()));
-}
-
 TEST(TransferGraphFeatureToMesh, VerticesTakeTheNearestEdgesValue) {
     auto graph = twoEdges();
     auto mesh = probeMesh();
