@@ -1,5 +1,4 @@
-// Edge semantics beyond what the random-edit model checks: exact records, mirrors, back-references
-// and the failure of addEdge.
+// Edge semantics beyond what the random-edit model checks: exact records, mirrors and back-references.
 #include "../GraphInvariants.h"
 #include "GraphTestGraphs.h"
 
@@ -32,21 +31,6 @@ TEST(GraphUndirectedEdgeTest, ReAddingKeepsTheFirstRecordAndEditsReachBothCopies
     EXPECT_TRUE(graphIsConsistent(*graph));
 }
 
-TEST(GraphUndirectedEdgeTest, MissingEndpointThrowsBeforeAnythingIsStored) {
-    for (auto type : {Graph::Undirected, Graph::Directed}) {
-        auto graph = makeGraph(type, 1, {});
-        for (auto [from, to] : {std::pair{1ul, 9ul}, std::pair{9ul, 1ul}}) {
-            try {
-                graph->addEdge(from, to, {});
-                ADD_FAILURE() << "no exception for " << from << " -> " << to;
-            } catch (const std::out_of_range& e) {
-                EXPECT_STREQ(e.what(), "map::at");
-            }
-        }
-        EXPECT_TRUE(graph->neighborhood(1).empty());
-    }
-}
-
 TEST(GraphDirectedEdgeTest, BackReferencesAndOverwriting) {
     auto graph = makeGraph(Graph::Directed, 2, {});
     graph->addEdge(1, 2, edgeWith(1.0));
@@ -70,15 +54,6 @@ TEST(GraphDirectedEdgeTest, BackReferencesAndOverwriting) {
     EXPECT_FALSE(graph->edge(1, 2).has_value());
     graph->removeEdge(1, 2); // no edge 1 -> 2 any more: the edge 2 -> 1 stays
     EXPECT_TRUE(graph->edge(2, 1).has_value());
-    EXPECT_EQ(graph->numEdges(), 1u);
-    EXPECT_TRUE(graphIsConsistent(*graph));
-}
-
-TEST(GraphNodeRemovalTest, HubRemovalClearsInAndOutEntriesEverywhere) {
-    auto graph = makeGraph(Graph::Directed, 5, {{1, 2}, {3, 1}, {1, 4}, {4, 1}, {1, 1}, {4, 5}});
-    graph->removeNode(1);
-    for (unsigned long id : {2ul, 3ul, 4ul})
-        EXPECT_TRUE(graph->neighborhood(id).count(1) == 0) << id;
     EXPECT_EQ(graph->numEdges(), 1u);
     EXPECT_TRUE(graphIsConsistent(*graph));
 }

@@ -66,15 +66,5 @@ TEST(GraphFeatureTest, RemovingColumnsKeepsTheOrderOfTheRest) {
     EXPECT_TRUE(graphIsConsistent(*graph));
 }
 
-TEST(GraphFeatureTest, NonFiniteValuesAreStoredAsGiven) {
-    auto graph = makeGraph(Graph::Undirected, 2, {});
-    graph->addEdge(1, 2, Tarnwick::Test::edgeWith(std::numeric_limits<double>::quiet_NaN()));
-    graph->editEdge(2, 1, [](Graph::EdgeInfo& edge) { edge.features.push_back(1.0); });
-    EXPECT_TRUE(std::isnan(graph->edge(1, 2)->features[0]));
-    graph->addOrReplaceNode(1, Graph::NodeInfo(Eigen::Vector3d(std::numeric_limits<double>::infinity(), 0, 0), {}));
-    EXPECT_TRUE(std::isinf(graph->bounds().max().x()));
-    EXPECT_TRUE(graphIsConsistent(*graph));
-}
-
 } // namespace
 } // namespace Tarnwick

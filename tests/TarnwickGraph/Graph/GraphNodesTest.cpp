@@ -1,6 +1,5 @@
 #include "../GraphInvariants.h"
 #include "GraphTestGraphs.h"
-#include "support/LogCapture.h"
 
 #include <TarnwickGraph/Graph/GraphDisplayOptions.h>
 
@@ -16,19 +15,6 @@ namespace {
 using Tarnwick::Test::graphIsConsistent;
 using Tarnwick::Test::makeGraph;
 using Tarnwick::Test::nodeAt;
-
-TEST(GraphConstructionTest, NewGraphIsEmptyWithDiameterAndDisplayOptions) {
-    Graph graph(Graph::Directed, Graph::Dim2D);
-    EXPECT_EQ(graph.name(), "Graph");
-    EXPECT_EQ(graph.numNodes() + graph.numEdges() + graph.maxNodeId(), 0u);
-    EXPECT_TRUE(graph.nodeFeatureDescriptors().empty());
-    EXPECT_EQ(graph.edgeFeatureDescriptors(), (std::vector<Graph::FeatureDescriptor>{{"diameter", 0.0}}));
-    EXPECT_EQ(graph.kind() + graph.modality(), 0);
-    EXPECT_EQ(graph.matrixConvention(), 1);
-    EXPECT_TRUE(graph.bounds().isEmpty());
-    ASSERT_EQ(graph.components().size(), 1u);
-    EXPECT_EQ(*graph.components().get<GraphDisplayOptions>(), GraphDisplayOptions());
-}
 
 TEST(GraphIdAllocationTest, IdsGrowPastEveryIdEverUsed) {
     Graph graph(Graph::Undirected, Graph::Dim3D);
@@ -73,39 +59,6 @@ TEST(GraphGeometryTest, BoundsAreInWorldCoordinates) {
     EXPECT_EQ(graph.bounds(), Geometry::AlignedBox(Eigen::Vector3d(-1, 2, 0), Eigen::Vector3d(1, 5, 3)));
     graph.setMatrixToWorld((Eigen::Translation3d(10, 0, 0) * Eigen::Scaling(2.0)).matrix());
     EXPECT_EQ(graph.bounds(), Geometry::AlignedBox(Eigen::Vector3d(8, 4, 0), Eigen::Vector3d(12, 10, 6)));
-}
-
-TEST(GraphCloneTest, CloneIsDeepAndIndependent) {
-    auto graph = makeGraph(Graph::Directed, 4, {{1, 2}, {2, 1}, {3, 4}}, 2.0);
-    graph->getOrCreateNodeFeatureIdx("radius", 1.5);
-    graph->removeNode(4);
-    graph->setName("vessels");
-    graph->components().get<GraphDisplayOptions>()->featureCircleOptions.featureName = "diameter";
-    graph->editEdge(1, 2, [](Graph::EdgeInfo& edge) { edge.attributes.setParam("label", std::string("a")); });
-
-    std::unique_ptr<Graph> copy = graph->clone();
-    EXPECT_EQ(copy->name(), "vessels");
-    EXPECT_EQ(copy->type(), Graph::Directed);
-    EXPECT_EQ(copy->nodeFeatureDescriptors(), graph->nodeFeatureDescriptors());
-    EXPECT_EQ(*copy->edge(1, 2), *graph->edge(1, 2));
-    EXPECT_EQ(copy->components(), graph->components());
-    EXPECT_TRUE(graphIsConsistent(*copy));
-
-    graph->editEdge(1, 2, [](Graph::EdgeInfo& edge) { edge.features[0] = 9.0; });
-    graph->removeNode(3);
-    EXPECT_EQ(copy->edge(1, 2)->features[0], 2.0);
-    EXPECT_EQ(copy->numNodes(), 3u);
-    EXPECT_EQ(copy->addNode(nodeAt(0)), 5u);
-}
-
-TEST(GraphTypeTest, TypeChangesOnlyWithoutEdges) {
-    auto graph = makeGraph(Graph::Undirected, 2, {});
-    EXPECT_TRUE(graph->setType(Graph::Directed));
-    graph->addEdge(1, 2, {});
-    Tarnwick::Test::LogCapture log;
-    EXPECT_FALSE(graph->setType(Graph::Undirected));
-    EXPECT_EQ(graph->type(), Graph::Directed);
-    EXPECT_EQ(log.errors().size(), 1u);
 }
 
 } // namespace

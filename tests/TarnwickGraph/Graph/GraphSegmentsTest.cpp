@@ -53,16 +53,6 @@ TEST(GraphLinearPathTest, DirectedWalksReadEdgesAgainstTheirDirection) {
     EXPECT_EQ(log.errors().size(), 1u);
 }
 
-TEST(GraphSegmentAccumulationTest, UnknownInputFeatureChangesNothing) {
-    auto y = makeY();
-    EXPECT_THROW(GraphUtils::accumulateFeatureAlongSegments(*y, GraphUtils::sumReduction, "radius", "x"),
-                 std::bad_optional_access);
-    Tarnwick::Test::LogCapture log;
-    EXPECT_EQ(GraphUtils::accumulateFeatureAlongSegments(*y, GraphUtils::sumReduction, 7, "x"), -1);
-    EXPECT_FALSE(y->getEdgeFeatureIdx("x").has_value());
-    EXPECT_EQ(log.errors().size(), 1u);
-}
-
 TEST(GraphSegmentAccumulationTest, SumsRunBetweenBranchesAndLeaves) {
     // Y with edge values 1 .. 6: segments 1-2-3-4 (1 + 2 + 3), 4-5-6 (4 + 5) and 4-7 (6).
     auto y = makeY();
@@ -132,19 +122,6 @@ TEST(GraphClampSmoothTest, SlidingMeanUsesJunctionValuesAndOldValues) {
     EXPECT_DOUBLE_EQ(y->edge(5, 6)->features[0], 8.0);
     EXPECT_DOUBLE_EQ(y->edge(1, 2)->features[0], 2.0);
     EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*y));
-}
-
-TEST(GraphClampSmoothTest, InvalidArgumentsChangeNothing) {
-    auto chain = makeGraph(Graph::Undirected, 3, {{1, 2}, {2, 3}}, 4.0);
-    setFirstFeature(*chain, 1, 2, 1.0);
-    Tarnwick::Test::LogCapture log;
-    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 1, true, 3, 1.1));
-    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, false, 0, 1.1));
-    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, true, 3, 0.0));
-    EXPECT_FALSE(GraphUtils::clampAndSmoothEdgeFeature(*chain, 0, true, 3, std::nan("")));
-    EXPECT_EQ(log.errors().size(), 4u);
-    EXPECT_EQ(chain->edge(1, 2)->features[0], 1.0);
-    EXPECT_EQ(chain->edge(2, 3)->features[0], 4.0);
 }
 
 } // namespace

@@ -89,15 +89,6 @@ TEST(GraphShortestPathTest, DirectedTreesFromSourcesAndToTargets) {
     EXPECT_EQ(toEither->distances, (Distances{{1, 1.0}, {2, 0.0}, {4, 0.0}})) << "3 reaches neither";
 }
 
-TEST(GraphShortestPathTest, UndirectedEdgesRunBothWays) {
-    auto graph = weightedDiamond(Graph::Undirected);
-    EXPECT_EQ(GraphUtils::shortestPath(*graph, 3, 1, "diameter"), (std::vector<unsigned long>{3, 2, 1}));
-    const auto fromFour = GraphUtils::singleSourceShortestPaths(*graph, 4, "diameter");
-    ASSERT_TRUE(fromFour);
-    EXPECT_EQ(fromFour->distances, (Distances{{1, 3.0}, {2, 2.0}, {3, 1.0}, {4, 0.0}}));
-    EXPECT_EQ(fromFour->path(1), (std::vector<unsigned long>{4, 3, 2, 1}));
-}
-
 TEST(GraphShortestPathTest, BadInputIsReported) {
     auto graph = makeGraph(Graph::Directed, 3, {{1, 2}, {2, 3}}, 1.0);
     Tarnwick::Test::LogCapture log;

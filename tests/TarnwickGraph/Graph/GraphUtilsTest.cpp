@@ -1,6 +1,5 @@
 #include "../GraphInvariants.h"
 #include "GraphTestGraphs.h"
-#include "support/LogCapture.h"
 
 #include <TarnwickGraph/Graph/GraphUtils.h>
 
@@ -104,52 +103,6 @@ TEST(GraphReductionTest, MeanSumAndMedian) {
     EXPECT_EQ(GraphUtils::computeMedian({4, 1, 3, 2}), 2.5);
     EXPECT_EQ(GraphUtils::computeMedian({5, 5, 1, 5}), 5.0);
     EXPECT_EQ(GraphUtils::computeMedian({7}), 7.0);
-}
-
-TEST(GraphNodeToEdgeTest, CombinesEndpointValuesByDirection) {
-    auto combineMinus = [](double a, double b) { return a - b; };
-    for (auto type : {Graph::Directed, Graph::Undirected}) {
-        auto graph = makeGraph(type, 3, {{2, 1}, {2, 3}, {3, 3}});
-        const int column = graph->getOrCreateNodeFeatureIdx("value", 0.0);
-        graph->editEachNode([&](unsigned long id, Graph::NodeInfo& info) { info.features[column] = 10.0 * id; });
-        EXPECT_EQ(GraphUtils::transformNodeFeatureToEdge(*graph, column, combineMinus, "delta"), 1u);
-        if (type == Graph::Directed) {
-            EXPECT_EQ(graph->edge(2, 1)->features[1], 10.0);
-            EXPECT_EQ(graph->edge(2, 3)->features[1], -10.0);
-        } else {
-            EXPECT_EQ(graph->edge(1, 2)->features[1], 10.0); // larger id's value first
-            EXPECT_EQ(graph->edge(2, 3)->features[1], 10.0);
-        }
-        EXPECT_EQ(graph->edge(3, 3)->features[1], 0.0);
-        EXPECT_TRUE(Tarnwick::Test::graphIsConsistent(*graph));
-    }
-}
-
-TEST(GraphNodeToEdgeTest, InvalidColumnChangesNothing) {
-    auto graph = makeGraph(Graph::Undirected, 2, {{1, 2}});
-    graph->getOrCreateNodeFeatureIdx("value", 1.0);
-    Tarnwick::Test::LogCapture log;
-    auto plus = [](double a, double b) { return a + b; };
-    EXPECT_EQ(GraphUtils::transformNodeFeatureToEdge(*graph, 1, plus, "sum"), 0xFFFFFFFFu);
-    EXPECT_EQ(GraphUtils::transformNodeFeatureToEdge(*graph, static_cast<unsigned long>(-1), plus, "sum"), 0xFFFFFFFFu);
-    EXPECT_EQ(graph->edgeFeatureDescriptors().size(), 1u);
-    EXPECT_EQ(log.errors().size(), 2u);
-}
-
-TEST(GraphEdgeLengthTest, EuclideanLengthsOverwriteTheSameColumn) {
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    graph.addNode(nodeAt(0, 0, 0));
-    graph.addNode(nodeAt(3, 4, 0));
-    graph.addNode(nodeAt(3, 4, 12));
-    graph.addEdge(1, 2, {});
-    graph.addEdge(3, 2, {});
-    EXPECT_EQ(GraphUtils::computeEdgeLengths(graph), 1);
-    EXPECT_EQ(graph.edge(2, 1)->features[1], 5.0);
-    EXPECT_EQ(graph.edge(2, 3)->features[1], 12.0);
-    graph.editNode(1, [](Graph::NodeInfo& info) { info.position = Eigen::Vector3d(3, 4, 1); });
-    EXPECT_EQ(GraphUtils::computeEdgeLengths(graph), 1);
-    EXPECT_EQ(graph.edgeFeatureDescriptors().size(), 2u);
-    EXPECT_EQ(graph.edge(1, 2)->features[1], 1.0);
 }
 
 } // namespace
