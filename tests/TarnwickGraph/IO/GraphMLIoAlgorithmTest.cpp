@@ -5,7 +5,6 @@
 #include "support/TempDir.h"
 
 #include <TarnwickGraph/IO/GraphMLIoAlgorithm.h>
-#include <TarnwickLib/Data/PointCloud.h>
 
 #include <gtest/gtest.h>
 
@@ -21,38 +20,9 @@ using Test::makeRichGraph;
 using Test::sameContent;
 using Test::TempDir;
 
-std::unique_ptr<GraphMLIoAlgorithm> create(const DataList& data) {
-    Algorithm* created = nullptr;
-    if (!GraphMLIoAlgorithm::createCompatible(data, &created))
-        return nullptr;
-    return std::unique_ptr<GraphMLIoAlgorithm>(dynamic_cast<GraphMLIoAlgorithm*>(created));
-}
-
 std::string readFile(const std::string& path) {
     std::ifstream in(path);
     return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-TEST(GraphMLIoAlgorithm, AcceptsNothingToLoadAndOneGraphToSave) {
-    auto graph = makeRichGraph(Graph::Undirected, Graph::Dim3D);
-    auto other = makeRichGraph(Graph::Directed, Graph::Dim3D);
-    PointCloud cloud({Eigen::Vector3d::Zero()});
-
-    auto loader = create(DataList{});
-    ASSERT_TRUE(loader);
-    EXPECT_EQ(loader->ioMode(), IoAlgorithm::Load);
-    auto saver = create(DataList{graph.get()});
-    ASSERT_TRUE(saver);
-    EXPECT_EQ(saver->ioMode(), IoAlgorithm::Save);
-    EXPECT_FALSE(GraphMLIoAlgorithm::createCompatible(DataList{graph.get(), other.get()}, nullptr));
-    EXPECT_FALSE(GraphMLIoAlgorithm::createCompatible(DataList{&cloud}, nullptr));
-    EXPECT_TRUE(GraphMLIoAlgorithm::createCompatible(DataList{graph.get()}, nullptr));
-
-    EXPECT_EQ(loader->supportedFileExtensions(), std::vector<std::string>{"graphml"});
-    EXPECT_TRUE(loader->canLoad("/data/Tree.GraphML"));
-    EXPECT_EQ(loader->p_exportFeatures.name(), "exportFeatures");
-    EXPECT_TRUE(loader->p_exportFeatures.value());
-    EXPECT_EQ(saver->p_exportFeatures.attribute("useroption"), "rw");
 }
 
 TEST(GraphMLIoAlgorithm, SavesAndLoadsThroughCompute) {

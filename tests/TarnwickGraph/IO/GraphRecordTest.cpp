@@ -85,23 +85,6 @@ TEST(GraphRecordLayout, NodesEdgesAndAttributesFollowTheDescriptors) {
     EXPECT_EQ(PropertiesIO::loadFromString(attributeText).value_or(Properties()), attributes);
 }
 
-TEST(GraphRecordLayout, UndirectedEdgeIsWrittenOnceFromItsSmallerEnd) {
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    graph.clearFeatureDescriptors();
-    for (int i = 0; i < 7; ++i)
-        graph.addNode({});
-    graph.addEdge(7, 2, {});
-    const std::string record = recordOf(graph);
-    const std::string edges = record.substr(record.find("EDGES:"));
-    EXPECT_EQ(edges, ByteBuilder().text("EDGES:").u64(1).u64(2).u64(7).u32(0).bytes());
-
-    auto loaded = graphFrom(record);
-    ASSERT_TRUE(loaded);
-    EXPECT_TRUE(loaded->edge(2, 7).has_value());
-    EXPECT_TRUE(loaded->edge(7, 2).has_value());
-    EXPECT_EQ(loaded->numEdges(), 1u);
-}
-
 TEST(GraphRecordRoundTrip, KeepsEverythingForEachTypeAndDimension) {
     for (auto type : {Graph::Directed, Graph::Undirected}) {
         for (auto dimension : {Graph::Dim2D, Graph::Dim3D}) {
@@ -114,31 +97,6 @@ TEST(GraphRecordRoundTrip, KeepsEverythingForEachTypeAndDimension) {
             EXPECT_EQ(loaded->addNode({}), 6u);
         }
     }
-}
-
-TEST(GraphRecordRoundTrip, DirectedEdgesInBothDirectionsAreTwoRecords) {
-    Graph graph(Graph::Directed, Graph::Dim3D);
-    graph.addNode({});
-    graph.addNode({});
-    graph.addEdge(1, 2, Graph::EdgeInfo{{1.0}, Properties()});
-    graph.addEdge(2, 1, Graph::EdgeInfo{{2.0}, Properties()});
-    const std::string record = recordOf(graph);
-    const std::string edges = record.substr(record.find("EDGES:"));
-    EXPECT_EQ(edges,
-              ByteBuilder().text("EDGES:").u64(2).u64(1).u64(2).f64(1.0).u32(0).u64(2).u64(1).f64(2.0).u32(0).bytes());
-    auto loaded = graphFrom(record);
-    ASSERT_TRUE(loaded);
-    EXPECT_TRUE(graphsEqual(graph, *loaded));
-}
-
-TEST(GraphRecordRoundTrip, UndirectedFlagKeepsADirectedTarget) {
-    Graph target(Graph::Directed, Graph::Dim2D);
-    auto source = makeRichGraph(Graph::Undirected, Graph::Dim3D);
-    std::istringstream in(recordOf(*source));
-    ASSERT_TRUE(GraphRecord::read(target, in));
-    EXPECT_EQ(target.type(), Graph::Directed);
-    EXPECT_EQ(target.dimension(), Graph::Dim3D);
-    EXPECT_TRUE(graphIsConsistent(target));
 }
 
 TEST(GraphRecordRoundTrip, StoredFixturesStillLoad) {
@@ -179,19 +137,6 @@ TEST(GraphRecordErrors, EachBrokenSectionHasItsMessage) {
     }
 }
 
-TEST(GraphRecordErrors, MisspeltNodesMagicFailsAfterTheDescriptorsWereApplied) {
-    std::string bytes = recordOf(*makeRichGraph(Graph::Undirected, Graph::Dim3D));
-    bytes.replace(bytes.find("NODES:"), 6, "NODES;");
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    std::istringstream in(bytes);
-    LogCapture log;
-    EXPECT_FALSE(GraphRecord::read(graph, in));
-    EXPECT_TRUE(log.contains("Invalid nodes header", Log::Error));
-    ASSERT_EQ(graph.nodeFeatureDescriptors().size(), 2u);
-    EXPECT_EQ(graph.edgeFeatureDescriptors().back().name, "length");
-    EXPECT_EQ(graph.numNodes(), 0u);
-}
-
 TEST(GraphRecordErrors, EdgeBetweenUnknownNodesIsRejected) {
     Graph graph(Graph::Undirected, Graph::Dim3D);
     graph.clearFeatureDescriptors();
@@ -203,17 +148,6 @@ TEST(GraphRecordErrors, EdgeBetweenUnknownNodesIsRejected) {
     LogCapture log;
     EXPECT_FALSE(graphFrom(bytes));
     EXPECT_TRUE(log.contains("Edge refers to a node that is not in the record: 1 -> 9", Log::Error));
-}
-
-TEST(GraphRecordErrors, UnserialisableAttributesFailTheSave) {
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    Properties attributes;
-    attributes.setParam("name", std::string("\xff\xfe not UTF-8"));
-    graph.addNode(Graph::NodeInfo(Eigen::Vector3d::Zero(), {}, attributes));
-    std::ostringstream out;
-    LogCapture log;
-    EXPECT_FALSE(GraphRecord::write(graph, out));
-    EXPECT_EQ(log.errors(), std::vector<std::string>{"Failed to serialize attributes"});
 }
 
 TEST(GraphRecordCorruption, EveryTruncationFailsWithTheMessageOfItsSection) {

@@ -26,12 +26,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 
 extern "C" {
 Tarnwick::PluginBase* tarnwickCreatePlugin();
-const char* tarnwickPluginId();
-extern const char* tarnwickPluginDescriptor;
 }
 
 namespace Tarnwick {
@@ -39,18 +36,6 @@ namespace {
 
 using Test::graphsEqual;
 using Test::makeRichGraph;
-
-TEST(GraphPluginEntry, ExportsTheIdTheDescriptorAndAFreshPlugin) {
-    EXPECT_STREQ(tarnwickPluginDescriptor, "__TARNWICK_PLUGIN_V2_MAGIC_STRING__|hostversion=4.5.0|"
-                                           "buildflags=GLIBCXX_DEBUG:_GLIBCXX_DEBUG|pluginversion=");
-    std::unique_ptr<PluginBase> plugin(tarnwickCreatePlugin());
-    ASSERT_TRUE(dynamic_cast<GraphPlugin*>(plugin.get()));
-    EXPECT_STREQ(tarnwickPluginId(), "Tarnwick.Graph");
-    EXPECT_EQ(plugin->id(), tarnwickPluginId());
-    EXPECT_EQ(plugin->description(), "Plugin for working with graphs");
-    EXPECT_FALSE(plugin->author().empty());
-    EXPECT_TRUE(plugin->dependencies().empty());
-}
 
 TarnwickFilePlugin* graphFilePlugin() {
     Graph graph(Graph::Undirected, Graph::Dim3D);
@@ -147,17 +132,6 @@ TEST(GraphPluginFactory, EachIdCreatesItsOwnAlgorithmFromASelectionItAccepts) {
     EXPECT_FALSE(factory.isCompatible("CombineGraphs", DataList{&graph}));
     EXPECT_FALSE(factory.isCompatible("PartitionGraphs", DataList{&graph, &other}));
     EXPECT_FALSE(factory.isCompatible("PruneTerminalPaths", DataList{}));
-}
-
-TEST(GraphDataAnnotationFactory, DescribesGraphsOnly) {
-    GraphDataAnnotationFactory factory;
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    for (int i = 0; i < 3; ++i)
-        graph.addNode({});
-    graph.addEdge(1, 2, {});
-    EXPECT_EQ(factory.dataDescription(graph), "Graph with 3 nodes and 1 edges");
-    EXPECT_EQ(factory.dataDescription(Graph(Graph::Directed, Graph::Dim2D)), "Graph with 0 nodes and 0 edges");
-    EXPECT_EQ(factory.dataDescription(PointCloud({Eigen::Vector3d::Zero()})), "");
 }
 
 TEST(GraphDataAnnotationFactory, CloneIsACompleteIndependentCopy) {
