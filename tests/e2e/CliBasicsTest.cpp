@@ -58,44 +58,21 @@ TEST(CliBasics, BadArgumentsFailWithAReason) {
 TEST(CliBasics, PluginsListsLoadedAndRefusedLibraries) {
     const CliResult result = runWithTestPlugins({"plugins"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    const std::string expected = "Plug-in folders searched:\n"
-                                 "  " +
-                                 pluginFolder +
-                                 "\n"
-                                 "Loaded plug-ins:\n"
-                                 "  Test.Accepted 1.2: Plug-in for testing the host (by Tarnwick tests)\n"
-                                 "    " +
-                                 pluginFolder +
-                                 "/libTestAccepted.so\n"
-                                 "  Test.Dependent 1.2: Plug-in for testing the host (by Tarnwick tests)\n"
-                                 "    " +
-                                 pluginFolder +
-                                 "/libTestADependent.so\n"
-                                 "Refused plug-ins:\n"
-                                 "  " +
-                                 pluginFolder +
-                                 "/libTestBuildFlags.so\n"
-                                 "    build flag mismatch 'NONE' vs 'GLIBCXX_DEBUG:_GLIBCXX_DEBUG'\n"
-                                 "  " +
-                                 pluginFolder +
-                                 "/libTestNoCreate.so\n"
-                                 "    missing symbol tarnwickCreatePlugin\n"
-                                 "  " +
-                                 pluginFolder +
-                                 "/libTestOldHost.so\n"
-                                 "    host version mismatch 4.4.2 vs 4.5.0\n"
-                                 "  " +
-                                 pluginFolder +
-                                 "/libTestWrongMagic.so\n"
-                                 "    wrong magic '__OTHER_MAGIC__' in its descriptor\n"
-                                 "  " +
-                                 pluginFolder +
-                                 "/libTestInitFails.so\n"
-                                 "    init() returned 7\n"
-                                 "  " +
-                                 pluginFolder +
-                                 "/libTestMissingDependency.so\n"
-                                 "    missing dependency 'Test.Absent'\n";
+    std::string expected = "Plug-in folders searched:\n  " + pluginFolder + "\nLoaded plug-ins:\n";
+    for (const auto& [id, library] : {std::pair{"Test.Accepted", "TestAccepted"}, {"Test.Dependent", "TestADependent"}})
+        expected += std::string("  ") + id + " 1.2: Plug-in for testing the host (by Tarnwick tests)\n    " +
+                    pluginFolder + "/lib" + library + ".so\n";
+    expected += "Refused plug-ins:\n";
+    const std::pair<const char*, const char*> refused[] = {
+        {"TestBuildFlags", "build flag mismatch 'NONE' vs 'GLIBCXX_DEBUG:_GLIBCXX_DEBUG'"},
+        {"TestNoCreate", "missing symbol tarnwickCreatePlugin"},
+        {"TestOldHost", "host version mismatch 4.4.2 vs 4.5.0"},
+        {"TestWrongMagic", "wrong magic '__OTHER_MAGIC__' in its descriptor"},
+        {"TestInitFails", "init() returned 7"},
+        {"TestMissingDependency", "missing dependency 'Test.Absent'"},
+    };
+    for (const auto& [library, reason] : refused)
+        expected += "  " + pluginFolder + "/lib" + library + ".so\n    " + reason + "\n";
     EXPECT_EQ(result.out, expected);
     // The refusals are also logged as warnings, unless the log level hides them.
     EXPECT_TRUE(contains(result.err, "[WARNING] PluginManager: Skipping plug-in '" + pluginFolder +

@@ -1,11 +1,6 @@
-// tarnwick-cli run with the graph plug-in's smoothing, spanning tree, reindexing, feature, point cloud,
-// image sampling and mesh transfer algorithms, on small files.
+// tarnwick-cli run with the graph plug-in's algorithms that edit a graph in place or make new ones.
 #include "CliRunner.h"
 #include "support/TempDir.h"
-
-#include <TarnwickLib/Image/SharedImageSet.h>
-#include <TarnwickLib/Image/TypedImage.h>
-#include <TarnwickLib/IO/ImageFileIO.h>
 
 #include <gtest/gtest.h>
 
@@ -73,72 +68,16 @@ TEST_F(CliGraphAlgorithms, EditsGraphsInPlaceAndSavesThem) {
     EXPECT_TRUE(contains(missing.err, "Selected node feature does not exist.")) << missing.err;
 }
 
-TEST_F(CliGraphAlgorithms, ProducesNewGraphsAndPointClouds) {
+TEST_F(CliGraphAlgorithms, ProducesNewGraphs) {
     const std::string tree = m_dir.file("tree.graphml");
     const CliResult mst = cli({"run", "MinimumSpanningTree", m_graph, "--set", "weightMode=EdgeLength", "-o", tree});
     ASSERT_EQ(mst.exitCode, 0) << mst.err;
     EXPECT_TRUE(contains(mst.out, "Output 1: Graph with 5 nodes and 4 edges\n")) << mst.out;
     EXPECT_TRUE(contains(readFile(tree), R"(attr.name="mstSortKey")"));
 
-    const std::string renumbered = m_dir.file("renumbered.graphml");
-    const CliResult reindex = cli({"run", "GraphReindexing", m_graph, "--set", "rootIndex=5", "-o", renumbered});
-    ASSERT_EQ(reindex.exitCode, 0) << reindex.err;
-    EXPECT_TRUE(contains(readFile(renumbered), R"(<data key="y">2.5</data>)"));
-
     const CliResult invalidRoot = cli({"run", "GraphReindexing", m_graph, "--set", "rootIndex=9"});
     EXPECT_EQ(invalidRoot.exitCode, 2) << "the root is bounded by the largest id";
     EXPECT_TRUE(contains(invalidRoot.err, "9 is above the maximum 5")) << invalidRoot.err;
-
-    const CliResult cloud = cli({"run", "GraphToPointCloud", m_graph});
-    ASSERT_EQ(cloud.exitCode, 0) << cloud.err;
-    EXPECT_TRUE(contains(cloud.out, "Output 1:")) << cloud.out;
-}
-
-TEST_F(CliGraphAlgorithms, SamplesImagesAndPaintsMeshes) {
-    using namespace Tarnwick;
-    auto values = TypedImage<float>::create(ImageDescriptor(PixelType::Float, {8, 8, 8}, 1, {1.0, 1.0, 1.0}));
-    std::fill(values->pointer(), values->pointer() + 512, 1.5f);
-    Eigen::Matrix4d placement = Eigen::Matrix4d::Identity();
-    placement.topRightCorner<3, 1>() = Eigen::Vector3d(1.5, 1.5, 0.0);
-    SharedImageSet image(std::make_shared<SharedImage>(std::shared_ptr<MemImage>(std::move(values)), placement));
-    const std::string volume = m_dir.file("radius.nii.gz");
-    ASSERT_TRUE(ImageFileIO::save(image, volume));
-
-    const std::string sampled = m_dir.file("sampled.graphml");
-    const CliResult evaluate =
-        cli({"run", "EvaluateGraphAtImage", m_graph, volume, "--set", "edgeFeatureName=sampled", "-o", sampled});
-    ASSERT_EQ(evaluate.exitCode, 0) << evaluate.err;
-    EXPECT_TRUE(contains(readFile(sampled), R"(<data key="sampled">3</data>)")) << readFile(sampled);
-
-    // A label block around the square: the smoothing's default mode with a label image is the curve
-    // shortening inside it.
-    auto block = TypedImage<unsigned char>::zeros({16, 12, 8});
-    for (int z = 2; z < 6; ++z)
-        for (int y = 2; y < 10; ++y)
-            for (int x = 2; x < 14; ++x)
-                block->setValue(x, y, z, 1);
-    block->setSpacing(Eigen::Vector3d::Constant(0.5));
-    const std::string labels = m_dir.file("labels.nii.gz");
-    ASSERT_TRUE(ImageFileIO::save(
-        SharedImageSet(std::make_shared<SharedImage>(std::shared_ptr<MemImage>(std::move(block)), placement)), labels));
-    const CliResult curve = cli({"run", "GraphSmoothing", m_graph, labels, "-o", m_dir.file("curved.graphml")});
-    ASSERT_EQ(curve.exitCode, 0) << curve.err;
-    EXPECT_TRUE(contains(readFile(m_dir.file("curved.graphml")), R"(<data key="y">2.5</data>)")) << "leaves stay";
-
-    const std::string mesh = m_dir.file("surface.ply");
-    std::ofstream(mesh) << "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
-                           "property float z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n"
-                           "1.5 -0.5 0\n-0.4 3 0\n40 40 40\n3 0 1 2\n";
-    const std::string painted = m_dir.file("painted.ply");
-    const CliResult transfer = cli({"run", "TransferGraphFeatureToMeshAlgorithm", mesh, m_graph, "--set",
-                                    "featureName=diameter", "--set", "maxDistance=5", "-o", painted});
-    ASSERT_EQ(transfer.exitCode, 0) << transfer.err;
-    const std::string text = readFile(painted);
-    EXPECT_TRUE(contains(text, "property float diameter\n")) << text;
-    EXPECT_TRUE(contains(text, "property uchar red\n")) << text;
-    EXPECT_TRUE(contains(text, " 255 0 0 255 2\n")) << "vertex 0 is nearest to a thick edge: red\n" << text;
-    EXPECT_TRUE(contains(text, " 0 0 255 255 1\n")) << "vertex 1 is nearest to the thin tail: blue\n" << text;
-    EXPECT_TRUE(contains(text, " 128 128 128 255 nan\n")) << "vertex 2 is beyond maxDistance\n" << text;
 }
 
 } // namespace

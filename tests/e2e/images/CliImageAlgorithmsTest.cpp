@@ -6,8 +6,6 @@
 
 #include <TarnwickLib/ImageAlgorithms/HostAlgorithmFactory.h>
 #include <TarnwickLib/ImageAlgorithms/ImageResamplingAlgorithm.h>
-#include <TarnwickLib/ImageAlgorithms/MorphologicalOperationsAlgorithm.h>
-#include <TarnwickLib/ImageAlgorithms/ThresholdAlgorithm.h>
 #include <TarnwickLib/IO/ImageFileIO.h>
 #include <TarnwickLib/IO/TarnwickFile.h>
 
@@ -77,39 +75,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(CliImageAlgorithms, CatalogueListsTheHostAlgorithms) {
-    const CliResult result = cli({"algorithms"});
-    ASSERT_EQ(result.exitCode, 0) << result.err;
-    for (const char* line : {"Threshold                Image;Threshold\n", "ImageResampling          Image;Resample\n",
-                             "MorphologicalOperations  Image;Morphological Operations\n",
-                             "DistanceTransform        Image;Distance Transform\n"})
-        EXPECT_TRUE(contains(result.out, line)) << line << "\nin:\n" << result.out;
-}
-
-TEST_F(CliImageAlgorithms, ThresholdThenClosingMatchTheAlgorithmsRunHere) {
-    const std::string mask = file("mask.nii.gz");
-    const CliResult threshold = cli({"run", "Threshold", input, "--set", "threshold=0.5", "-o", mask});
-    ASSERT_EQ(threshold.exitCode, 0) << threshold.err;
-    ThresholdAlgorithm thresholdHere(*inputImages);
-    const auto expectedMask = computeHere(thresholdHere);
-    const auto maskImages = loadImage(mask);
-    ASSERT_NE(maskImages, nullptr);
-    ASSERT_NE(expectedMask, nullptr);
-    EXPECT_TRUE(sameValues(*maskImages->mem(0), *expectedMask->mem(0)));
-
-    const std::string closed = file("closed.nii");
-    const CliResult closing =
-        cli({"run", "MorphologicalOperations", mask, "--set", "mode=Closing", "--set", "opSize=2", "-o", closed});
-    ASSERT_EQ(closing.exitCode, 0) << closing.err;
-    MorphologicalOperationsAlgorithm closingHere(*maskImages);
-    closingHere.setOpMode(MorphologicalOperationsAlgorithm::Closing);
-    closingHere.setOpSize(2);
-    const auto expectedClosed = computeHere(closingHere);
-    const auto closedImages = loadImage(closed);
-    ASSERT_NE(closedImages, nullptr);
-    EXPECT_TRUE(sameValues(*closedImages->mem(0), *expectedClosed->mem(0)));
-}
 
 TEST_F(CliImageAlgorithms, ResamplingToASpacingIntoADataFile) {
     const std::string output = file("resampled.tnw");

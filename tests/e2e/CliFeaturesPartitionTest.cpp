@@ -1,5 +1,5 @@
-// tarnwick-cli run with the graph plug-in's feature, diameter, partitioning, combining and pruning
-// algorithms, on small GraphML and NIfTI files.
+// tarnwick-cli run with the graph plug-in's feature, diameter, partitioning and combining algorithms,
+// on small GraphML and NIfTI files.
 #include "CliRunner.h"
 #include "support/TempDir.h"
 
@@ -62,23 +62,18 @@ std::string centerlineGraphML() {
            edges + "  </graph>\n</graphml>\n";
 }
 
-class CliFeaturesPartitionPrune : public testing::Test {
+class CliFeaturesPartition : public testing::Test {
 protected:
     void SetUp() override {
         std::ofstream(m_graph) << centerlineGraphML();
-        // A tube of radius 3 around the centerline, as labels and as distance to its wall; the images are
-        // placed so that world coordinates equal voxel indices.
+        // Labels of a tube of radius 3 around the centerline, placed so that world coordinates equal voxel
+        // indices.
         auto labels = Tarnwick::TypedImage<unsigned char>::create(
             Tarnwick::ImageDescriptor(Tarnwick::PixelType::UInt8, {16, 16, 16}));
-        auto distance =
-            Tarnwick::TypedImage<float>::create(Tarnwick::ImageDescriptor(Tarnwick::PixelType::Float, {16, 16, 16}));
         for (int z = 0; z < 16; ++z)
             for (int y = 0; y < 16; ++y)
-                for (int x = 0; x < 16; ++x) {
-                    const double r = std::hypot(x - 8.0, y - 8.0);
-                    labels->setValue(x, y, z, r <= 3.0 ? 1 : 0);
-                    distance->setValue(x, y, z, static_cast<float>(std::max(0.0, 3.0 - r)));
-                }
+                for (int x = 0; x < 16; ++x)
+                    labels->setValue(x, y, z, std::hypot(x - 8.0, y - 8.0) <= 3.0 ? 1 : 0);
         Eigen::Matrix4d placement = Eigen::Matrix4d::Identity();
         placement.topRightCorner<3, 1>() = Eigen::Vector3d::Constant(7.5);
         using Tarnwick::SharedImage;
@@ -86,10 +81,6 @@ protected:
         ASSERT_TRUE(Tarnwick::ImageFileIO::save(SharedImageSet(std::make_shared<SharedImage>(
                                                     std::shared_ptr<Tarnwick::MemImage>(std::move(labels)), placement)),
                                                 m_labels));
-        ASSERT_TRUE(
-            Tarnwick::ImageFileIO::save(SharedImageSet(std::make_shared<SharedImage>(
-                                            std::shared_ptr<Tarnwick::MemImage>(std::move(distance)), placement)),
-                                        m_distance));
     }
 
     CliResult cli(std::vector<std::string> arguments) const {
@@ -100,10 +91,9 @@ protected:
     Tarnwick::Test::TempDir m_dir;
     const std::string m_graph = m_dir.file("centerline.graphml");
     const std::string m_labels = m_dir.file("labels.nii.gz");
-    const std::string m_distance = m_dir.file("distance.nii.gz");
 };
 
-TEST_F(CliFeaturesPartitionPrune, ComputesLengthsAndDiametersInPlace) {
+TEST_F(CliFeaturesPartition, ComputesLengthsAndDiametersInPlace) {
     const std::string out = m_dir.file("features.graphml");
     const CliResult lengths = cli({"run", "ComputeFeatures", m_graph, "--set", "mode=EdgeLength", "-o", out});
     ASSERT_EQ(lengths.exitCode, 0) << lengths.err;
@@ -127,7 +117,7 @@ TEST_F(CliFeaturesPartitionPrune, ComputesLengthsAndDiametersInPlace) {
     EXPECT_TRUE(contains(noLabels.err, "Label not set.")) << noLabels.err;
 }
 
-TEST_F(CliFeaturesPartitionPrune, PartitionsAndCombinesGraphs) {
+TEST_F(CliFeaturesPartition, PartitionsAndCombinesGraphs) {
     const std::string large = m_dir.file("large.graphml"), small = m_dir.file("small.graphml");
     const CliResult parts = cli({"run", "PartitionGraphs", m_graph, "-o", large, "-o", small});
     ASSERT_EQ(parts.exitCode, 0) << parts.err;
@@ -143,24 +133,6 @@ TEST_F(CliFeaturesPartitionPrune, PartitionsAndCombinesGraphs) {
     ASSERT_EQ(combine.exitCode, 0) << combine.err;
     EXPECT_TRUE(contains(combine.out, "Output 1: Graph with 15 nodes and 13 edges\n")) << combine.out;
     EXPECT_EQ(dataValues(readFile(combined), "x").front(), 40.0) << "the first input's nodes come first";
-}
-
-TEST_F(CliFeaturesPartitionPrune, PrunesSpursByLengthOrByDistance) {
-    const std::string out = m_dir.file("pruned.graphml");
-    const CliResult byLength = cli({"run", "PruneTerminalPaths", m_graph, "--set", "pruningThreshold=1.5", "-o", out});
-    ASSERT_EQ(byLength.exitCode, 0) << byLength.err;
-    // The spur and the separate pair (an isolated chain of length 1) go; the centerline stays.
-    EXPECT_TRUE(contains(byLength.out, "Output 1: Graph with 12 nodes and 11 edges\n")) << byLength.out;
-
-    const CliResult byDistance = cli({"run", "PruneTerminalPaths", m_graph, m_distance, "-o", out});
-    ASSERT_EQ(byDistance.exitCode, 0) << byDistance.err;
-    EXPECT_TRUE(contains(byDistance.out, "Output 1: Graph with 14 nodes and 12 edges\n")) << byDistance.out;
-    const std::vector<double> ys = dataValues(readFile(out), "y");
-    EXPECT_EQ(std::count(ys.begin(), ys.end(), 9.0), 0) << "the spur inside the tube is removed";
-
-    const CliResult wrongType = cli({"run", "PruneTerminalPaths", m_graph, m_labels});
-    EXPECT_NE(wrongType.exitCode, 0);
-    EXPECT_TRUE(contains(wrongType.err, "No valid distance image: require PixelType::Float.")) << wrongType.err;
 }
 
 } // namespace
