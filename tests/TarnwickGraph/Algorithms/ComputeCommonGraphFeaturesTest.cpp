@@ -122,14 +122,6 @@ TEST(ComputeCommonGraphFeaturesTest, ModesNeedingLabelsFailWithoutThem) {
             EXPECT_TRUE(graph->edgeFeatureDescriptors().empty()) << "graph unchanged";
         }
     }
-    // A log level above errors suppresses the message, not the failure.
-    LogCapture log(Log::Fatal);
-    auto graph = axisGraph();
-    Algo algorithm(*graph, nullptr);
-    algorithm.mode = Algo::Diameter;
-    algorithm.compute();
-    EXPECT_EQ(algorithm.status(), Algorithm::InvalidInput);
-    EXPECT_TRUE(log.messages().empty());
 }
 
 TEST(ComputeCommonGraphFeaturesTest, UnsupportedLabelTypesWriteNothing) {
@@ -154,17 +146,6 @@ TEST(ComputeCommonGraphFeaturesTest, UnsupportedLabelTypesWriteNothing) {
     EXPECT_EQ(algorithm.status(), Algorithm::Error);
     EXPECT_EQ(log.errors().size(), 1u);
     EXPECT_TRUE(graph->edgeFeatureDescriptors().empty());
-
-    // A readable image that the measurement refuses (spacing far too fine for its extent) fails the run.
-    auto mem = MemImage::create(ImageDescriptor(PixelType::UInt8, {4, 64, 64}, 1, {1e-4, 2.0, 2.0}));
-    SharedImageSet refused(std::make_shared<SharedImage>(std::shared_ptr<MemImage>(std::move(mem))));
-    for (Algo::Mode mode : {Algo::Diameter, Algo::VesselDiameter}) {
-        auto target = axisGraph();
-        Algo measuring(*target, &refused);
-        measuring.mode = mode;
-        measuring.compute();
-        EXPECT_EQ(measuring.status(), Algorithm::Error) << mode;
-    }
 }
 
 TEST(ComputeCommonGraphFeaturesTest, VesselModeThresholdOnlySwitchesZeroFilling) {
@@ -200,7 +181,6 @@ TEST(ComputeCommonGraphFeaturesTest, VesselModeThresholdOnlySwitchesZeroFilling)
     EXPECT_GT(filled[3], 6.0);
     EXPECT_EQ(filled[4], filled[3]);
     EXPECT_EQ(run(std::numeric_limits<double>::quiet_NaN()), filled) << "NaN counts as non-zero";
-    EXPECT_EQ(run(123.0), filled);
 
     // The plain method does use the threshold.
     auto graph = axisGraph();

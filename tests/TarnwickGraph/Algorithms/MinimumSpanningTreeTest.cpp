@@ -169,14 +169,6 @@ TEST(MinimumSpanningTree, ReportsEveryFailure) {
                      "No edge features available for user-defined weights.");
 }
 
-TEST(MinimumSpanningTree, KruskalRejectsSelfLoopsAndCycleClosingEdges) {
-    const auto forest = getMinimumSpanningTree({{0, 1, 3.0}, {1, 2, 1.0}, {0, 2, 2.0}, {2, 2, 0.5}});
-    ASSERT_EQ(forest.tree.size(), 2u);
-    EXPECT_DOUBLE_EQ(forest.tree[0].key, 1.0);
-    EXPECT_DOUBLE_EQ(forest.tree[1].key, 2.0);
-    ASSERT_EQ(forest.rejected.size(), 2u); // the self loop and the heaviest edge
-}
-
 TEST(MinimumSpanningTree, DiametersComeFromTheLabelMapWhenMissing) {
     // A triangle inside the 1 mm tube around the x axis, without diameters.
     auto graph = Tarnwick::Test::makeChain({{-1.5, 0, 0}, {0, 0.2, 0}, {1.5, 0, 0}});

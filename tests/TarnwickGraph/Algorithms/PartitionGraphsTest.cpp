@@ -130,20 +130,5 @@ TEST(PartitionGraphsTest, PartsKeepFeatureNamesAttributesAndPlacement) {
     EXPECT_EQ(part.edge(1, 2), std::optional<Graph::EdgeInfo>(edge));
 }
 
-TEST(PartitionGraphsTest, SelfLoopsAndHandMadeComponentMapsStayConsistent) {
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    addPolyline(graph, {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}});
-    graph.addEdge(2, 2, {{9.0}});
-    // Splitting the chain by hand drops the edge 2-3 that would cross the parts.
-    const auto result =
-        PartitionGraphsAlgorithm::partition(graph, PartitionGraphsAlgorithm::ComponentMap{{0, {1, 2}}, {1, {3}}});
-    ASSERT_EQ(result.size(), 2u);
-    EXPECT_EQ(result[0]->numEdges(), 2u);
-    EXPECT_EQ(result[0]->edge(2, 2)->features, std::vector<double>{9.0});
-    EXPECT_EQ(result[1]->numEdges(), 0u);
-    for (const auto& part : result)
-        EXPECT_TRUE(graphIsConsistent(*part));
-}
-
 } // namespace
 } // namespace Tarnwick

@@ -119,25 +119,6 @@ TEST(PruneTerminalPathsTest, ThinTerminalEdgesAreRemovedUpToTheFirstThickEdge) {
     EXPECT_EQ(log.errors().size(), 1u);
 }
 
-TEST(PruneTerminalPathsTest, ComputePrunesACopyOrTheInputInPlace) {
-    auto graph = lineWithSpur(5, 3, {{2, 0.5, 0}});
-    PruneTerminalPathsAlgorithm algorithm(*graph, nullptr);
-    algorithm.compute();
-    EXPECT_EQ(algorithm.status(), Algorithm::Success);
-    EXPECT_EQ(graph->numNodes(), 6u);
-    OwningDataList output = algorithm.takeOutput();
-    ASSERT_EQ(output.size(), 1u);
-    const auto* pruned = dynamic_cast<const Graph*>(output.get(0));
-    ASSERT_NE(pruned, nullptr);
-    EXPECT_EQ(pruned->numNodes(), 5u);
-
-    algorithm.inPlace = true;
-    algorithm.compute();
-    EXPECT_EQ(algorithm.status(), Algorithm::Success);
-    EXPECT_EQ(graph->numNodes(), 5u);
-    EXPECT_TRUE(algorithm.output().empty());
-}
-
 TEST(PruneTerminalPathsTest, DistanceModeNeedsAFloatImage) {
     auto graph = lineWithSpur(12, 6, {{5, 0.5, 0}});
     auto ushortImage = constantImage(PixelType::UInt16, 3.0);
