@@ -3,9 +3,11 @@
 #include <TarnwickCore/Log.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Algorithm/ParameterBase.h>
+#include <TarnwickLib/ImageAlgorithms/DistanceTransform.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 namespace Tarnwick::Cli {
@@ -46,6 +48,42 @@ std::unique_ptr<SharedImageSet> measuringView(const SharedImage& image) {
         std::make_shared<SharedImage>(view, image.matrixToWorld() * toImage, image.modality()));
 }
 
+/// Creates the catalogue algorithm `id` on `data` and sets its parameter `name` to `value`; null with the
+/// reason logged when the plug-in or the parameter is missing.
+std::unique_ptr<Algorithm> configured(const std::string& id, const DataList& data, const std::string& name,
+                                      const std::string& value) {
+    std::unique_ptr<Algorithm> algorithm = FactoryRegistry::get().createAlgorithm(id, data);
+    if (!algorithm)
+        return nullptr;
+    ParameterBase* parameter = algorithm->parameter(name);
+    if (!parameter || parameter->setFromString(value)) {
+        TW_LOG_ERROR("{} has no {} '{}'", id, name, value);
+        return nullptr;
+    }
+    return algorithm;
+}
+
+/// Diameters in a single-slice image. Rays across an edge would leave the slice, so the radius is read
+/// from the inside distance map instead (the distance from the edge's midpoint to the nearest background
+/// voxel centre); a voxel without any background in the image reads 0 rather than infinity.
+bool measurePlanarDiameters(Data& graph, const SharedImage& image) {
+    std::unique_ptr<SharedImage> distance = DistanceTransform::computeChamfer(image, true, true, false);
+    if (!distance)
+        return false;
+    TypedImage<float>& values = static_cast<TypedImage<float>&>(*distance->sharedMem());
+    float* value = values.pointer();
+    for (std::size_t i = 0, n = values.descriptor().numValues(); i < n; ++i)
+        if (!std::isfinite(value[i]))
+            value[i] = 0.0f;
+    SharedImageSet radii(std::shared_ptr<SharedImage>(std::move(distance)));
+    std::unique_ptr<Algorithm> sampling =
+        configured("EvaluateGraphAtImage", DataList({&graph, &radii}), "edgeFeatureName", "diameter");
+    if (!sampling)
+        return false;
+    sampling->compute();
+    return sampling->status() == Algorithm::Success;
+}
+
 } // namespace
 
 bool measureVesselDiameters(Data& graph, const SharedImageSet& mask) {
@@ -54,17 +92,18 @@ bool measureVesselDiameters(Data& graph, const SharedImageSet& mask) {
         TW_LOG_ERROR("There is no mask image to measure vessel diameters in");
         return false;
     }
+    if (image->descriptor().dimensions.z() == 1) {
+        if (measurePlanarDiameters(graph, *image))
+            return true;
+        TW_LOG_ERROR("Measuring the vessel diameters failed");
+        return false;
+    }
     // The view borrows the mask's voxels, so it must not outlive this call.
     const std::unique_ptr<SharedImageSet> view = measuringView(*image);
     std::unique_ptr<Algorithm> measurement =
-        FactoryRegistry::get().createAlgorithm("ComputeFeatures", DataList({&graph, view.get()}));
+        configured("ComputeFeatures", DataList({&graph, view.get()}), "mode", "VesselDiameter");
     if (!measurement)
         return false;
-    ParameterBase* mode = measurement->parameter("mode");
-    if (!mode || mode->setFromString("VesselDiameter")) {
-        TW_LOG_ERROR("ComputeFeatures has no VesselDiameter mode");
-        return false;
-    }
     measurement->compute();
     if (measurement->status() != Algorithm::Success) {
         TW_LOG_ERROR("Measuring the vessel diameters failed");

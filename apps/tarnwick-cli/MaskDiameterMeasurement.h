@@ -22,6 +22,10 @@ namespace Tarnwick::Cli {
 /// spacing, with its matrix scaled to compensate: the voxels stay where they are in world space, and the
 /// rays, which step by the smallest spacing, advance by a sixteenth of a voxel (16 times the samples).
 ///
+/// A single-slice (2-D) mask is measured differently: rays across an edge would leave the slice, so each
+/// edge's diameter is twice the inside distance (to the nearest background voxel centre) at its
+/// midpoint, sampled with the catalogue's EvaluateGraphAtImage.
+///
 /// Returns false, with the reason logged, when the mask holds no image, the plug-in is missing or the
 /// measurement fails.
 bool measureVesselDiameters(Data& graph, const SharedImageSet& mask);

@@ -96,11 +96,7 @@ TEST_P(CenterlineAccuracy, MatchesTheTrueCenterlinesJunctionsEndsAndCycles) {
     EXPECT_LE(score.spuriousTerminalBranches * 20, std::max(20, score.trueEndpoints));
     EXPECT_EQ(score.extractedCycles, score.trueCycles);
     ASSERT_GE(score.medianDiameterError, 0.0);
-    // Known limitation: the rays across an edge of a 2-D image also point out of its single slice, so
-    // 2-D diameters read far too small; only volumes are held to the diameter target.
-    if (!GetParam().options.twoD) {
-        EXPECT_LE(score.medianDiameterError, 0.10);
-    }
+    EXPECT_LE(score.medianDiameterError, 0.10);
 }
 
 const auto caseName = [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.name); };
