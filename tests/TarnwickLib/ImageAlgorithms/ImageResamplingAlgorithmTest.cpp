@@ -195,10 +195,6 @@ TEST(ImageResamplingAlgorithm, RefusesUnusableTargetsWithAReason) {
         {{grid({4, 4, 4}, {1, 1, 1}, flattening)},
          {},
          "Resampling: cannot resample image 1: the target matrix is not an invertible affine transform."},
-        {{grid({100000, 100000, 100000}, {1, 1, 1}, Eigen::Matrix4d::Identity())},
-         {},
-         "Resampling: cannot resample image 1: the target's 1000000000000000 values exceed the limit of "
-         "4294967296."},
         {{},
          {1e-300, 1, 1},
          "Resampling: cannot resample image 1: the target's 34359738352 values exceed the limit of 4294967296."},

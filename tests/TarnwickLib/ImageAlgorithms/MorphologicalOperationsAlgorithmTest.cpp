@@ -70,23 +70,6 @@ TEST(MorphologicalOperationsAlgorithm, EveryModeAndSizeMatchesItsKernel) {
     }
 }
 
-TEST(MorphologicalOperationsAlgorithm, InPlaceChangesEveryImageOfTheSet) {
-    SharedImageSet set;
-    set.add(std::make_shared<SharedImage>(randomMask({6, 6, 6}, 0.5, 1)));
-    set.add(std::make_shared<SharedImage>(randomMask({7, 5, 1}, 0.5, 2)));
-    std::vector<std::unique_ptr<TypedImage<unsigned char>>> expected;
-    for (int i = 0; i < 2; ++i)
-        expected.push_back(
-            ImageOps::morphology(*set.img<unsigned char>(i), {ImageOps::MorphologyOperation::Erosion, 1}));
-    MorphologicalOperationsAlgorithm algorithm(set);
-    algorithm.setOpMode(MorphologicalOperationsAlgorithm::Erosion);
-    algorithm.setInPlace(true);
-    algorithm.compute();
-    ASSERT_EQ(algorithm.status(), Algorithm::Success);
-    for (int i = 0; i < 2; ++i)
-        EXPECT_TRUE(sameValues(*set.mem(i), *expected[i])) << i;
-}
-
 TEST(MorphologicalOperationsAlgorithm, RefusesInputItCannotProcess) {
     LogCapture log;
     struct Case {
