@@ -54,8 +54,9 @@ void expectRenumberedFrom(const Graph& original, const Graph& renumbered, unsign
         for (const auto& [oldId, oldNode] : oldNodes)
             if (oldNode == node)
                 oldToNew[oldId] = id;
-        if (id != 1)
+        if (id != 1) {
             EXPECT_LT(around.begin()->first, id) << "node " << id << " has no earlier neighbour";
+        }
     });
     ASSERT_EQ(oldToNew.size(), original.numNodes());
     EXPECT_EQ(oldToNew.at(root), 1u);
