@@ -62,24 +62,6 @@ public:
         return bits;
     }
 
-    /// Sets the 27 bits of the 3x3x3 neighbourhood of voxel i.
-    void setCube(std::int64_t i) {
-        // Byte pairs as in cube().
-        const std::int64_t start = i - 1;
-        const std::uint16_t rowBits = static_cast<std::uint16_t>(7u << (start & 7));
-        unsigned char* center = bytes() + (start >> 3);
-        const std::int64_t row = m_strideY >> 3, plane = m_strideZ >> 3;
-        for (int dz = -1; dz <= 1; ++dz) {
-            for (int dy = -1; dy <= 1; ++dy) {
-                unsigned char* p = center + dy * row + dz * plane;
-                std::uint16_t pair;
-                std::memcpy(&pair, p, sizeof pair);
-                pair |= rowBits;
-                std::memcpy(p, &pair, sizeof pair);
-            }
-        }
-    }
-
     /// Index of the lowest set bit of a non-zero word.
     static int lowestBit(std::uint64_t bits) { return __builtin_ctzll(bits); }
 

@@ -12,12 +12,13 @@
 // both exactly but avoids full-volume sweeps. It keeps a sorted list of "active" voxels, the foreground
 // voxels with a background face neighbour: only these can be candidates, and after the first sweep a voxel
 // only becomes active when a face neighbour is removed. Each list entry caches whether the voxel is
-// deletable; removing a voxel marks its 3x3x3 neighbourhood in a "stale" bit volume, and a mark is
-// consumed when the entry is next evaluated, which happens only once it borders the current direction.
+// deletable together with the 3x3x3 neighbourhood that was found for; the cache holds while the
+// neighbourhood is unchanged, which is checked when the entry borders the current direction and, for a
+// candidate, again before its removal (only then is its neighbour connectivity tested anew).
 // Each step rebuilds the list while searching it for candidates: removed entries are dropped and the
 // voxels exposed by the previous step's removals are merged in. The list is cut into blocks of fixed voxel
-// ranges, each starting on a 64-bit word; blocks are rebuilt and searched in parallel, each into its own
-// place in the new list and in the candidate buffer, so the candidates stay in voxel order.
+// ranges; blocks are rebuilt and searched in parallel, each into its own place in the new list and in the
+// candidate buffer, so the candidates stay in voxel order.
 //
 // Cost: one O(voxels) sweep, then per step O(active voxels) plus O(removed voxels) bookkeeping.
 
@@ -38,12 +39,21 @@ namespace Tarnwick::ImageOps {
 namespace {
 
 using Index = std::int64_t;
-using Entry = std::uint64_t; // voxel index << kIndexShift | flags; ordered by voxel index
+using Entry = std::uint64_t; // voxel index << kIndexShift | flags | cube; ordered by voxel index
 
-constexpr int kIndexShift = 3;
-constexpr Entry kKnown = 1;     // kDeletable is up to date
-constexpr Entry kDeletable = 2; // not an end point, Euler invariant, one neighbour component
-constexpr Entry kRemoved = 4;
+constexpr int kIndexShift = 30;
+constexpr Entry kCube = (Entry(1) << 27) - 1; // the neighbourhood kDeletable was found for
+constexpr Entry kKnown = Entry(1) << 27;      // kDeletable and kCube are set
+constexpr Entry kDeletable = Entry(1) << 28;  // not an end point, Euler invariant, one neighbour component
+constexpr Entry kRemoved = Entry(1) << 29;
+
+// Whether every voxel index of the padded bit volume fits into an entry.
+bool fitsEntries(const Eigen::Vector3i& dims) {
+    const std::uint64_t rowBits = (static_cast<std::uint64_t>(dims.x()) + 2 + 63) / 64 * 64;
+    const std::uint64_t bits =
+        rowBits * (static_cast<std::uint64_t>(dims.y()) + 2) * (static_cast<std::uint64_t>(dims.z()) + 2);
+    return bits < (std::uint64_t(1) << (64 - kIndexShift));
+}
 
 Index voxelOf(Entry e) {
     return static_cast<Index>(e >> kIndexShift);
@@ -89,12 +99,11 @@ private:
     // background.
     std::uint32_t m_exposureMasks[6] = {};
     BitVolume m_image;
-    BitVolume m_stale;                           // neighbourhoods of removed voxels not yet re-evaluated
     ScratchVector<Entry> m_active;               // sorted; removed voxels stay (flagged) until the rebuild
     ScratchVector<Entry> m_rebuilt;              // the next m_active
     std::array<std::vector<Entry>, 6> m_exposed; // voxels that became active in this step, per direction
     std::vector<Entry> m_exposedMerged, m_exposedBuffer;
-    // Block b holds the voxels from m_blockFirstVoxel[b] (a multiple of 64; entry 0 unused) up to the next
+    // Block b holds the voxels from m_blockFirstVoxel[b] (entry 0 unused) up to the next
     // block's first voxel: m_active[m_blockStarts[b] .. m_blockStarts[b + 1]), of which m_blockRemoved[b]
     // were removed since the last rebuild. The search leaves its candidates, in voxel order, in
     // m_candidates[m_blockStarts[b] .. m_candidateEnds[b]).
@@ -104,7 +113,7 @@ private:
     ScratchVector<Entry*> m_candidates;
 };
 
-Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims) : m_dims(dims), m_image(dims), m_stale(dims) {
+Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims) : m_dims(dims), m_image(dims) {
     m_numDirections = dims.z() == 1 ? 4 : 6;
     m_threads = threadsFor(voxelCount(dims));
     for (int d = 0; d < 6; ++d) {
@@ -171,19 +180,15 @@ void Thinner::collectActive() {
     partitionIntoBlocks();
 }
 
-// Cuts the list into blocks of about kBlockSize entries, each starting on a new word of voxels, so that
-// no two threads touch one word of m_stale.
+// Cuts the list into blocks of kBlockSize entries (the last one shorter); from then on, each block keeps
+// the voxel range it starts with.
 void Thinner::partitionIntoBlocks() {
     const std::size_t count = m_active.size();
     m_blockFirstVoxel.assign(1, 0);
     m_blockStarts.assign(1, 0);
     for (std::size_t i = kBlockSize; i < count; i += kBlockSize) {
-        while (i < count && voxelOf(m_active[i]) >> 6 == voxelOf(m_active[i - 1]) >> 6)
-            ++i;
-        if (i < count) {
-            m_blockFirstVoxel.push_back(voxelOf(m_active[i]) & ~Index(63));
-            m_blockStarts.push_back(i);
-        }
+        m_blockFirstVoxel.push_back(voxelOf(m_active[i]));
+        m_blockStarts.push_back(i);
     }
     m_blockStarts.push_back(count);
     const std::size_t blocks = m_blockFirstVoxel.size();
@@ -194,17 +199,14 @@ void Thinner::partitionIntoBlocks() {
 }
 
 // Whether entry e is a candidate of the step with direction offset `offset`; refreshes its cached
-// deletability when a removal nearby made it stale.
+// deletability when the neighbourhood changed.
 bool Thinner::isCandidate(Entry& e, Index offset) {
     const Index v = voxelOf(e);
     if (m_image.test(v + offset))
         return false; // not a border voxel in this direction
-    if (m_stale.test(v)) {
-        m_stale.reset(v);
-        e &= ~kKnown;
-    }
-    if (!(e & kKnown))
-        e = (e & ~kDeletable) | kKnown | (isDeletable(m_image.cube(v)) ? kDeletable : 0);
+    const std::uint32_t cube = m_image.cube(v);
+    if (!(e & kKnown) || (e & kCube) != cube)
+        e = (e & ~(kCube | kDeletable)) | kKnown | cube | (isDeletable(cube) ? kDeletable : 0);
     return e & kDeletable;
 }
 
@@ -292,12 +294,11 @@ bool Thinner::removeSimpleCandidates() {
 bool Thinner::removeIfSimple(Entry* entry) {
     const Index v = voxelOf(*entry);
     const std::uint32_t cube = m_image.cube(v);
-    // Without a removal next to it since its evaluation, the neighbourhood is the one found deletable.
-    if (m_stale.test(v) && !ThinningTopology::hasSingleNeighborComponent(cube))
+    // An unchanged neighbourhood is the one found deletable.
+    if ((*entry & kCube) != cube && !ThinningTopology::hasSingleNeighborComponent(cube))
         return false;
     m_image.reset(v);
     *entry |= kRemoved;
-    m_stale.setCube(v);
     // A foreground face neighbour u becomes active unless it already was, that is, unless a face
     // neighbour of u other than v is background. Those lie in v's cube except the one beyond u.
     for (int d = 0; d < m_numDirections; ++d) {
@@ -326,6 +327,10 @@ void Thinner::run() {
 bool thin(const std::uint8_t* mask, const Eigen::Vector3i& dims, std::uint8_t* skeleton) {
     if (!validateVolume("thin", mask, dims) || !validateVolume("thin", skeleton, dims))
         return false;
+    if (!fitsEntries(dims)) {
+        TW_LOG_ERROR("thin: a {}x{}x{} volume is too elongated to thin", dims.x(), dims.y(), dims.z());
+        return false;
+    }
     try {
         Thinner thinner(mask, dims);
         thinner.run();

@@ -23,10 +23,10 @@ namespace Tarnwick::ImageOps {
 /// that formulation, it can therefore erase an object that is at most two voxels thick in every direction
 /// (a 2x2x2 cube disappears); thicker objects keep their topology.
 ///
-/// Cost: O(voxels) once, then per step O(current border voxels); two bits of working memory per voxel
+/// Cost: O(voxels) once, then per step O(current border voxels); one bit of working memory per voxel
 /// plus a list of the border voxels; OpenMP for the sweeps and for the candidate search (see threadsFor()).
-/// Invalid input (null buffer, a dimension < 1, too many voxels) logs an error
-/// and returns false.
+/// Invalid input (null buffer, a dimension < 1, too many voxels, or a shape so elongated that the padded
+/// bit volume would reach 2^34 bits) logs an error and returns false.
 bool thin(const std::uint8_t* mask, const Eigen::Vector3i& dims, std::uint8_t* skeleton);
 
 /// thin() on a single-channel image; the skeleton keeps the spacing. nullptr (with a logged error) for
