@@ -61,24 +61,6 @@ TEST(CombineGraphsTest, NodesGetFreshIdsInInputOrder) {
     EXPECT_EQ(algorithm.combined(), nullptr);
 }
 
-TEST(CombineGraphsTest, AnyDirectedInputMakesTheOutputDirected) {
-    auto directed = chain(2, 0, Graph::Directed);
-    auto undirected = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
-    undirected->addNode(Graph::NodeInfo(Eigen::Vector3d(5, 0, 0), {}));
-    undirected->addNode(Graph::NodeInfo(Eigen::Vector3d(6, 0, 0), {}));
-    undirected->addEdge(2, 1, {});
-    CombineGraphsAlgorithm algorithm({directed.get(), undirected.get()});
-    algorithm.compute();
-    const Graph* combined = algorithm.combined();
-    ASSERT_NE(combined, nullptr);
-    EXPECT_EQ(combined->type(), Graph::Directed);
-    EXPECT_EQ(combined->numEdges(), 2u);
-    EXPECT_TRUE(combined->edge(1, 2).has_value());
-    EXPECT_TRUE(combined->edge(3, 4).has_value());
-    EXPECT_FALSE(combined->edge(4, 3).has_value()) << "an undirected edge runs from its smaller to its larger id";
-    EXPECT_TRUE(graphIsConsistent(*combined));
-}
-
 TEST(CombineGraphsTest, PositionsAreMappedToWorldAndFeaturesKeepTheirColumns) {
     auto a = chain(2, 0);
     auto b = chain(1, 0);

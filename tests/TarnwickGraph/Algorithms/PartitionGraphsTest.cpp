@@ -1,6 +1,4 @@
 #include "../GraphInvariants.h"
-#include "PolylineGraph.h"
-#include "support/LogCapture.h"
 
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
 #include <TarnwickLib/Data/Mesh.h>
@@ -12,9 +10,7 @@
 namespace Tarnwick {
 namespace {
 
-using Test::addPolyline;
 using Test::graphIsConsistent;
-using Test::LogCapture;
 
 std::vector<Graph*> parts(const OwningDataList& output) {
     return output.dataList().getAll<Graph>();
@@ -78,29 +74,6 @@ TEST(PartitionGraphsTest, MinComponentSizeDropsSmallerComponentsOnly) {
     onEmpty.compute();
     EXPECT_EQ(onEmpty.status(), Algorithm::Success);
     EXPECT_TRUE(onEmpty.output().empty());
-}
-
-TEST(PartitionGraphsTest, DirectedGraphsSplitIntoWeaklyConnectedComponents) {
-    LogCapture log;
-    Graph graph(Graph::Directed, Graph::Dim2D);
-    addPolyline(graph, {{0, 0, 0}, {1, 0, 0}});
-    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(2, 0, 0), {}));
-    graph.addEdge(3, 2, {{7.0}}); // 1 -> 2 <- 3: both edges point to the middle node
-    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(9, 0, 0), {}));
-
-    PartitionGraphsAlgorithm algorithm(graph);
-    algorithm.compute();
-    EXPECT_EQ(log.warnings(), std::vector<std::string>{"Directed Graph. Computing weakly connected components."});
-    const std::vector<Graph*> result = parts(algorithm.output());
-    ASSERT_EQ(result.size(), 2u);
-    const Graph& part = *result[0];
-    EXPECT_EQ(part.type(), Graph::Directed);
-    EXPECT_EQ(part.dimension(), Graph::Dim2D);
-    EXPECT_EQ(part.numEdges(), 2u);
-    EXPECT_TRUE(part.edge(1, 2).has_value());
-    EXPECT_TRUE(part.edge(3, 2).has_value());
-    EXPECT_FALSE(part.edge(2, 3).has_value()) << "edge directions are kept";
-    EXPECT_TRUE(graphIsConsistent(part));
 }
 
 TEST(PartitionGraphsTest, PartsKeepFeatureNamesAttributesAndPlacement) {
