@@ -1,7 +1,6 @@
 #include "../GraphInvariants.h"
 
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
-#include <TarnwickLib/Data/Mesh.h>
 
 #include <gtest/gtest.h>
 
