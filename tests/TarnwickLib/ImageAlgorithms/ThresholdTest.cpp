@@ -2,12 +2,10 @@
 #include "support/LogCapture.h"
 #include "support/TestImages.h"
 
-#include <TarnwickLib/ImageAlgorithms/ImageProcessing.h>
 #include <TarnwickLib/ImageAlgorithms/ThresholdAlgorithm.h>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 
 using namespace Tarnwick;
@@ -28,45 +26,39 @@ std::vector<double> thresholdByDefinition(const MemImage& image, double level) {
 
 } // namespace
 
-TEST(CreateThresholded, EveryPixelTypeGivesAPlacedMask) {
+// A set with one image of every pixel type, 2-D and 3-D, thresholded at 100 (inside every type's range;
+// each image holds 100 once, which is not above the level): every mask keeps its image's grid and placement.
+TEST(ThresholdAlgorithm, ThresholdsEveryImageOfEveryPixelType) {
+    SharedImageSet set("scan");
     for (PixelType type : {PixelType::Int8, PixelType::UInt8, PixelType::Int16, PixelType::UInt16, PixelType::Int32,
                            PixelType::UInt32, PixelType::Float, PixelType::Double}) {
         for (const Eigen::Vector3i& dimensions : {Eigen::Vector3i(5, 4, 3), Eigen::Vector3i(6, 5, 1)}) {
-            SCOPED_TRACE(::testing::Message() << pixelTypeName(type) << " " << dimensions.transpose());
-            std::shared_ptr<MemImage> mem = randomImage(type, dimensions, 2, 4);
+            std::shared_ptr<MemImage> mem = randomImage(type, dimensions, 2, static_cast<std::uint32_t>(set.size()));
             mem->setSpacing({0.3, 0.6, 2.2});
-            const SharedImage image(mem, obliquePlacement(), Data::CT);
-            // The median value is a level that some values exceed and some do not; one value equals it.
-            std::vector<double> values = valuesOf(*mem);
-            std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
-            const double level = values[values.size() / 2];
-
-            const auto mask = ImageProcessing::createThresholded(image, level);
-            ASSERT_NE(mask, nullptr);
-            EXPECT_EQ(mask->descriptor(), ImageDescriptor(PixelType::UInt8, dimensions, 2, {0.3, 0.6, 2.2}));
-            EXPECT_EQ(mask->matrixToWorld(), image.matrixToWorld());
-            EXPECT_EQ(mask->modality(), Data::Label);
-            EXPECT_EQ(valuesOf(*mask->mem()), thresholdByDefinition(*mem, level));
+            dispatchPixelType(type, [&](auto tag) {
+                using T = typename decltype(tag)::type;
+                static_cast<TypedImage<T>&>(*mem).pointer()[7] = T(100);
+            });
+            set.add(std::make_shared<SharedImage>(mem, obliquePlacement(0.1 * set.size()), Data::CT));
         }
     }
-}
-
-TEST(ThresholdAlgorithm, ThresholdsEveryImageAtTheParameter) {
-    SharedImageSet set("scan");
-    set.add(std::make_shared<SharedImage>(randomImage(PixelType::Float, {4, 4, 4}, 1, 1), obliquePlacement(0.1)));
-    set.add(std::make_shared<SharedImage>(randomImage(PixelType::Int16, {3, 5, 1}, 1, 2), obliquePlacement(0.4)));
     ThresholdAlgorithm algorithm(set);
-    algorithm.threshold = 1000.0;
+    algorithm.threshold = 100.0;
     algorithm.compute();
     ASSERT_EQ(algorithm.status(), Algorithm::Success);
     auto masks = algorithm.takeOutput().extractFirstImage();
     ASSERT_NE(masks, nullptr);
     EXPECT_EQ(masks->name(), "scan");
     EXPECT_EQ(masks->modality(), Data::Label);
-    ASSERT_EQ(masks->size(), 2);
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(valuesOf(*masks->mem(i)), thresholdByDefinition(*set.mem(i), 1000.0)) << i;
-        EXPECT_EQ(masks->get(i)->matrixToWorld(), set.get(i)->matrixToWorld()) << i;
+    ASSERT_EQ(masks->size(), set.size());
+    for (int i = 0; i < set.size(); ++i) {
+        SCOPED_TRACE(::testing::Message() << pixelTypeName(set.mem(i)->pixelType()) << " image " << i);
+        const ImageDescriptor& input = set.get(i)->descriptor();
+        EXPECT_EQ(masks->get(i)->descriptor(), ImageDescriptor(PixelType::UInt8, input.dimensions, 2, input.spacing));
+        EXPECT_EQ(masks->get(i)->matrixToWorld(), set.get(i)->matrixToWorld());
+        const std::vector<double> mask = valuesOf(*masks->mem(i));
+        EXPECT_EQ(mask, thresholdByDefinition(*set.mem(i), 100.0));
+        EXPECT_EQ(mask[7], 0.0);
     }
 }
 
