@@ -103,7 +103,7 @@ TEST_F(CliRun, ParametersAreCheckedAndOutputsSaved) {
     const std::string out = m_dir.file("greetings.tnw");
     const CliResult ok = cli({"run", "Greeting", "--set", "repeat=2", "--set", "volume=Loud", "-o", out});
     ASSERT_EQ(ok.exitCode, 0) << ok.err;
-    EXPECT_TRUE(contains(ok.out, "Output 2: A greeting\n")) << ok.out;
+    EXPECT_TRUE(contains(ok.out, "Output 2: Data 'hello'\n")) << ok.out;
     EXPECT_TRUE(std::filesystem::exists(out));
 
     struct Case {
