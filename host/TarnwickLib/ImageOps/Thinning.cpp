@@ -66,7 +66,7 @@ int cubeBitOf(const Eigen::Vector3i& offset) {
     return ThinningTopology::cubeBit(offset.x(), offset.y(), offset.z());
 }
 
-// Candidate search works on blocks of about this many list entries.
+// List entries per block of the candidate search when the blocks are first cut.
 constexpr std::size_t kBlockSize = 8192;
 
 bool isDeletable(std::uint32_t cube) {
@@ -103,9 +103,9 @@ private:
     ScratchVector<Entry> m_rebuilt;              // the next m_active
     std::array<std::vector<Entry>, 6> m_exposed; // voxels that became active in this step, per direction
     std::vector<Entry> m_exposedMerged, m_exposedBuffer;
-    // Block b holds the voxels from m_blockFirstVoxel[b] (entry 0 unused) up to the next
-    // block's first voxel: m_active[m_blockStarts[b] .. m_blockStarts[b + 1]), of which m_blockRemoved[b]
-    // were removed since the last rebuild. The search leaves its candidates, in voxel order, in
+    // Block b holds the voxels from m_blockFirstVoxel[b] (entry 0 unused) up to the next block's first
+    // voxel: m_active[m_blockStarts[b] .. m_blockStarts[b + 1]), of which m_blockRemoved[b] were removed
+    // since the last rebuild. The search leaves its candidates, in voxel order, in
     // m_candidates[m_blockStarts[b] .. m_candidateEnds[b]).
     std::vector<Index> m_blockFirstVoxel;
     std::vector<std::size_t> m_blockStarts, m_blockRemoved, m_candidateEnds;
