@@ -259,10 +259,11 @@ TEST(GraphMLReading, CorruptedFilesGiveAGraphOrOneErrorNeverACrash) {
             text[at] = replacement;
             log.clear();
             const auto graph = readText(text);
-            if (graph)
+            if (graph) {
                 ASSERT_TRUE(graphIsConsistent(*graph)) << "byte " << at;
-            else
+            } else {
                 ASSERT_EQ(log.errors().size(), 1u) << "byte " << at;
+            }
         }
         if (at + 1 < good.size()) // only the final line break may go
             ASSERT_FALSE(readText(good.substr(0, at))) << "truncated at " << at;
