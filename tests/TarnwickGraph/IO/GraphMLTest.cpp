@@ -265,8 +265,9 @@ TEST(GraphMLReading, CorruptedFilesGiveAGraphOrOneErrorNeverACrash) {
                 ASSERT_EQ(log.errors().size(), 1u) << "byte " << at;
             }
         }
-        if (at + 1 < good.size()) // only the final line break may go
+        if (at + 1 < good.size()) { // only the final line break may go
             ASSERT_FALSE(readText(good.substr(0, at))) << "truncated at " << at;
+        }
     }
 }
 
