@@ -94,7 +94,7 @@ TEST(CliExtract, StatsCountEachJunctionOnceAndOnlyTheTrueLoopsAsCycles) {
     ASSERT_GT(std::stoi(loops[1]), 0);
     const CliResult extract = cli({"extract", folder + "/vessels.nii.gz", "-o", folder + "/out.tnw", "--stats"});
     ASSERT_EQ(extract.exitCode, 0) << extract.err;
-    EXPECT_NE(extract.out.find("Cycles: " + std::string(loops[1]) + "\n"), std::string::npos) << extract.out;
+    EXPECT_NE(extract.out.find("Cycles: " + std::string(loops[1]) + " ("), std::string::npos) << extract.out;
     // As many branch points as the true centerlines have: a junction's voxel triangles count once.
     const std::string truth = read(folder + "/vessels-truth.graphml");
     const std::regex edge(R"re(<edge source="([^"]*)" target="([^"]*)")re");
