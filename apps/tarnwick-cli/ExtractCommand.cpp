@@ -68,19 +68,23 @@ CLI::App* ExtractCommand::declare(CLI::App& app) {
     command
         ->add_option("--min-vessel-diameter", m_settings.minVesselDiameter,
                      "Smallest vessel diameter (mm) resolved; coarsens the working grid")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
     command
         ->add_option("--graph-smoothing", m_settings.graphSmoothing,
                      "Smoothing strength of the positions; 0 disables it")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     command
         ->add_option("--prune-sensitivity", m_settings.pruneSensitivity,
                      "Side branches shorter than this times the local radius are removed")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     command->add_flag("--remove-cycles", m_settings.removeCycles, "Break every cycle (the result is a forest)");
     command
         ->add_option("--close-holes", m_settings.closeHoles, "Closing radius in voxels before thinning; 0 disables it")
-        ->check(CLI::Range(0, 32));
+        ->check(CLI::Range(0, 32))
+        ->capture_default_str();
     command->add_flag("--ras", m_ras, "Write GraphML positions in RAS instead of LPS world coordinates");
     command->add_flag("--stats", m_stats, "Print a summary of the graph and the time of every stage");
     return command;
