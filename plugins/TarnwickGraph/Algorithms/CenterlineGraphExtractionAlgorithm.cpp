@@ -71,15 +71,12 @@ CenterlineGraphExtractionAlgorithm::RawGraph rawGraphOf(const TypedImage<T>& ima
             }
     }
 
+    // 26-adjacency is symmetric, so each voxel's own list already holds both directions of its links.
+    // Slices, rows and neighbour offsets are visited in ascending index order: every insertion is at the end.
     CenterlineGraphExtractionAlgorithm::RawGraph raw;
-    for (SliceNodes& nodes : slices)
-        for (auto& [index, neighbours] : nodes) {
-            auto& adjacency = raw[index];
-            for (const auto& [neighbour, weight] : neighbours) {
-                adjacency[neighbour] = weight;
-                raw[neighbour][index] = weight;
-            }
-        }
+    for (const SliceNodes& nodes : slices)
+        for (const auto& [index, neighbours] : nodes)
+            raw.emplace_hint(raw.end(), index, std::map<int, int>(neighbours.begin(), neighbours.end()));
     return raw;
 }
 
