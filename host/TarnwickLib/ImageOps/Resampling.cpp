@@ -89,12 +89,9 @@ public:
         const T* r11 = m_source + (z1 * m_plane + y1 * m_row) * m_channels;
         const std::int64_t a = x0 * m_channels, b = x1 * m_channels;
         for (int c = 0; c < m_channels; ++c) {
-            auto alongX = [&](const T* row) {
-                return static_cast<double>(row[a + c]) + fx * (static_cast<double>(row[b + c]) - row[a + c]);
-            };
-            const double low = alongX(r00) + fy * (alongX(r01) - alongX(r00));
-            const double high = alongX(r10) + fy * (alongX(r11) - alongX(r10));
-            out[c] = fromDouble<T>(low + fz * (high - low));
+            const T taps[8] = {r00[a + c], r00[b + c], r01[a + c], r01[b + c],
+                               r10[a + c], r10[b + c], r11[a + c], r11[b + c]};
+            out[c] = blend(taps, fx, fy, fz);
         }
     }
 
@@ -115,20 +112,9 @@ public:
         const T* r10 = r00 + m_plane * m_channels;
         const T* r11 = r10 + m_row * m_channels;
         for (int c = 0; c < m_channels; ++c) {
-            // Masks are mostly background: skip the arithmetic when all eight neighbours are 0.
             const T taps[8] = {r00[c], r00[m_channels + c], r01[c], r01[m_channels + c],
                                r10[c], r10[m_channels + c], r11[c], r11[m_channels + c]};
-            if (std::all_of(taps, taps + 8, [](T v) { return v == T(0); })) {
-                out[c] = T(0);
-                continue;
-            }
-            auto alongX = [fx](T low, T high) {
-                return static_cast<double>(low) + fx * (static_cast<double>(high) - static_cast<double>(low));
-            };
-            const double a = alongX(taps[0], taps[1]), b = alongX(taps[2], taps[3]), d = alongX(taps[4], taps[5]),
-                         e = alongX(taps[6], taps[7]);
-            const double low = a + fy * (b - a), high = d + fy * (e - d);
-            out[c] = fromDouble<T>(low + fz * (high - low));
+            out[c] = blend(taps, fx, fy, fz);
         }
     }
 
@@ -157,6 +143,20 @@ public:
     }
 
 private:
+    // Trilinear blend of the eight voxels around a point, x fastest: (x0 y0 z0), (x1 y0 z0), (x0 y1 z0), ...
+    static T blend(const T (&taps)[8], double fx, double fy, double fz) {
+        // Masks are mostly background: skip the arithmetic when all eight neighbours are 0.
+        if (std::all_of(taps, taps + 8, [](T v) { return v == T(0); }))
+            return T(0);
+        auto alongX = [fx](T low, T high) {
+            return static_cast<double>(low) + fx * (static_cast<double>(high) - static_cast<double>(low));
+        };
+        const double a = alongX(taps[0], taps[1]), b = alongX(taps[2], taps[3]), d = alongX(taps[4], taps[5]),
+                     e = alongX(taps[6], taps[7]);
+        const double low = a + fy * (b - a), high = d + fy * (e - d);
+        return fromDouble<T>(low + fz * (high - low));
+    }
+
     void clear(T* out) const {
         for (int c = 0; c < m_channels; ++c)
             out[c] = T(0);
