@@ -1,4 +1,5 @@
 #include "CenterlineTreeGenerator.h"
+#include "RandomWalk.h"
 
 #include <Eigen/Geometry>
 
@@ -6,7 +7,6 @@
 #include <cmath>
 #include <deque>
 #include <functional>
-#include <random>
 
 namespace Tarnwick::Bench {
 namespace {
@@ -20,7 +20,7 @@ struct Branch {
 
 class TreeGrower {
 public:
-    explicit TreeGrower(const CenterlineTreeOptions& options) : m_options(options), m_random(options.seed) {}
+    explicit TreeGrower(const CenterlineTreeOptions& options) : m_options(options), m_walk(options.seed) {}
 
     CenterlineTree grow() {
         std::deque<Branch> pending;
@@ -35,31 +35,11 @@ public:
     }
 
 private:
-    double uniform(double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(m_random); }
-
-    Eigen::Vector3d randomUnit() {
-        std::normal_distribution<double> normal;
-        const Eigen::Vector3d v(normal(m_random), normal(m_random), normal(m_random));
-        return v.norm() > 1e-9 ? Eigen::Vector3d(v.normalized()) : Eigen::Vector3d::UnitX();
-    }
-
     Branch newTree() {
         const Eigen::Vector3d size = m_options.dims.cast<double>();
-        const Eigen::Vector3d start =
-            size.cwiseProduct(Eigen::Vector3d(uniform(0.3, 0.7), uniform(0.3, 0.7), uniform(0.3, 0.7)));
-        return {randomUnit(), m_options.maxRadius, -1, start};
-    }
-
-    /// Turns a direction that leaves the margin back towards the inside of the volume.
-    Eigen::Vector3d keepInside(const Eigen::Vector3d& p, Eigen::Vector3d d) const {
-        const double margin = m_options.maxRadius + 3.0;
-        for (int axis = 0; axis < 3; ++axis) {
-            if (p[axis] < margin && d[axis] < 0.0)
-                d[axis] = -d[axis];
-            if (p[axis] > m_options.dims[axis] - 1 - margin && d[axis] > 0.0)
-                d[axis] = -d[axis];
-        }
-        return d.normalized();
+        const Eigen::Vector3d start = size.cwiseProduct(
+            Eigen::Vector3d(m_walk.uniform(0.3, 0.7), m_walk.uniform(0.3, 0.7), m_walk.uniform(0.3, 0.7)));
+        return {m_walk.randomUnit(), m_options.maxRadius, -1, start};
     }
 
     std::int64_t add(const Eigen::Vector3d& p, double radius, std::int64_t parent, bool spur) {
@@ -73,22 +53,23 @@ private:
     /// A spur of 1 to 3 points at right angles to the branch, shorter than the local radius.
     void addSpur(std::int64_t at, const Eigen::Vector3d& direction) {
         const double radius = m_tree.radii[static_cast<std::size_t>(at)];
-        const int length = std::clamp(static_cast<int>(uniform(1.0, radius - 0.5)), 1, 3);
-        const Eigen::Vector3d side = direction.cross(randomUnit()).normalized();
+        const int length = std::clamp(static_cast<int>(m_walk.uniform(1.0, radius - 0.5)), 1, 3);
+        const Eigen::Vector3d side = direction.cross(m_walk.randomUnit()).normalized();
         std::int64_t previous = at;
         for (int i = 1; i <= length && m_tree.points.size() < m_options.pointCount; ++i)
             previous = add(m_tree.points[static_cast<std::size_t>(at)] + i * side, radius, previous, true);
     }
 
     void walk(const Branch& branch, std::deque<Branch>& pending) {
-        const int steps = static_cast<int>(uniform(20.0, 60.0));
+        const int steps = static_cast<int>(m_walk.uniform(20.0, 60.0));
         Eigen::Vector3d p = branch.start;
         Eigen::Vector3d d = branch.direction;
         std::int64_t previous = branch.from;
         if (previous < 0)
             previous = add(p, branch.radius, -1, false);
         for (int i = 0; i < steps && m_tree.points.size() < m_options.pointCount; ++i) {
-            d = keepInside(p, (d + 0.25 * randomUnit()).normalized());
+            d = RandomWalk::keepInside(p, (d + 0.25 * m_walk.randomUnit()).normalized(), m_options.dims,
+                                       m_options.maxRadius + 3.0);
             p += d;
             previous = add(p, branch.radius, previous, false);
             if (m_options.spurEvery > 0 && ++m_sinceSpur >= m_options.spurEvery && i > 2 && i + 3 < steps) {
@@ -98,11 +79,11 @@ private:
         }
         const double childRadius = std::max(m_options.minRadius, branch.radius * 0.8);
         for (int child = 0; child < 2; ++child)
-            pending.push_back({(d + 0.9 * randomUnit()).normalized(), childRadius, previous, p});
+            pending.push_back({(d + 0.9 * m_walk.randomUnit()).normalized(), childRadius, previous, p});
     }
 
     const CenterlineTreeOptions& m_options;
-    std::mt19937 m_random;
+    RandomWalk m_walk;
     CenterlineTree m_tree;
     int m_sinceSpur = 0;
 };

@@ -1,11 +1,11 @@
 #include "VesselMaskGenerator.h"
+#include "RandomWalk.h"
 
 #include <Eigen/Geometry>
 
 #include <algorithm>
 #include <cmath>
 #include <deque>
-#include <random>
 
 namespace Tarnwick::Bench {
 namespace {
@@ -26,16 +26,16 @@ struct Branch {
 
 class TreeGrower {
 public:
-    TreeGrower(const VesselMaskOptions& options) : m_options(options), m_random(options.seed) {}
+    TreeGrower(const VesselMaskOptions& options) : m_options(options), m_walk(options.seed) {}
 
     std::vector<Segment> grow() {
         const Eigen::Vector3d size = m_options.dims.cast<double>();
         const int trees = std::max(2, static_cast<int>(std::lround(4.0 * size.prod() / std::pow(256.0, 3))));
         std::deque<Branch> pending;
         for (int t = 0; t < trees; ++t) {
-            const Eigen::Vector3d start =
-                size.cwiseProduct(Eigen::Vector3d(uniform(0.3, 0.7), uniform(0.3, 0.7), uniform(0.3, 0.7)));
-            pending.push_back({start, randomUnit(), m_options.maxRadius});
+            const Eigen::Vector3d start = size.cwiseProduct(
+                Eigen::Vector3d(m_walk.uniform(0.3, 0.7), m_walk.uniform(0.3, 0.7), m_walk.uniform(0.3, 0.7)));
+            pending.push_back({start, m_walk.randomUnit(), m_options.maxRadius});
         }
         // Breadth first, so every tree grows its trunk before the thin branches use up the volume budget.
         const double volumeBudget = kForegroundFraction * size.prod();
@@ -48,41 +48,23 @@ public:
     }
 
 private:
-    double uniform(double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(m_random); }
-
-    Eigen::Vector3d randomUnit() {
-        std::normal_distribution<double> normal;
-        Eigen::Vector3d v(normal(m_random), normal(m_random), normal(m_random));
-        return v.norm() > 1e-9 ? v.normalized() : Eigen::Vector3d::UnitX();
-    }
-
-    // Pushes a direction pointing out of the margin back towards the inside of the volume.
-    Eigen::Vector3d keepInside(const Eigen::Vector3d& p, Eigen::Vector3d d, double margin) const {
-        for (int axis = 0; axis < 3; ++axis) {
-            if (p[axis] < margin && d[axis] < 0.0)
-                d[axis] = -d[axis];
-            if (p[axis] > m_options.dims[axis] - 1 - margin && d[axis] > 0.0)
-                d[axis] = -d[axis];
-        }
-        return d.normalized();
-    }
-
     void walk(Branch branch, std::deque<Branch>& pending) {
-        const double length = branch.radius * uniform(10.0, 20.0) + uniform(20.0, 40.0);
+        const double length = branch.radius * m_walk.uniform(10.0, 20.0) + m_walk.uniform(20.0, 40.0);
         double walked = 0.0;
         while (walked < length && branch.radius >= m_options.minRadius) {
             const double step = std::max(2.0, branch.radius);
             const double margin = branch.radius + 2.0;
-            Eigen::Vector3d direction = keepInside(branch.position, branch.direction + 0.35 * randomUnit(), margin);
+            Eigen::Vector3d direction = RandomWalk::keepInside(
+                branch.position, branch.direction + 0.35 * m_walk.randomUnit(), m_options.dims, margin);
             Eigen::Vector3d next = branch.position + step * direction;
             for (int axis = 0; axis < 3; ++axis)
                 next[axis] = std::clamp(next[axis], margin, std::max(margin, m_options.dims[axis] - 1 - margin));
             const double nextRadius = std::max(m_options.minRadius, branch.radius * 0.985);
             m_segments.push_back({branch.position, next, branch.radius, nextRadius});
             m_tubeVolume += kPi * branch.radius * branch.radius * step;
-            if (uniform(0.0, 1.0) < 0.2 && branch.radius * 0.7 >= m_options.minRadius) {
-                const Eigen::Vector3d side = (direction + 1.2 * randomUnit()).normalized();
-                pending.push_back({next, side, branch.radius * uniform(0.55, 0.8)});
+            if (m_walk.uniform(0.0, 1.0) < 0.2 && branch.radius * 0.7 >= m_options.minRadius) {
+                const Eigen::Vector3d side = (direction + 1.2 * m_walk.randomUnit()).normalized();
+                pending.push_back({next, side, branch.radius * m_walk.uniform(0.55, 0.8)});
             }
             walked += step;
             branch = {next, direction, nextRadius};
@@ -90,7 +72,7 @@ private:
     }
 
     const VesselMaskOptions& m_options;
-    std::mt19937 m_random;
+    RandomWalk m_walk;
     std::vector<Segment> m_segments;
     double m_tubeVolume = 0.0;
 };
