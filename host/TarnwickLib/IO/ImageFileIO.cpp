@@ -9,6 +9,7 @@
 #include <TarnwickLib/IO/ImageFileIO.h>
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickCore/String.h>
 #include <TarnwickLib/IO/ImageFileLayout.h>
 
 #include <itkImageIOBase.h>
@@ -52,16 +53,11 @@ constexpr FormatEntry formats[] = {
     {".tiff", Format::Tiff, "TIFF"},          {".tif", Format::Tiff, "TIFF"},
 };
 
-std::string toLower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-
 const FormatEntry* formatOf(const std::string& path) {
-    const std::string name = toLower(fs::path(path).filename().string());
+    const std::string name = String::toLowerCopy(fs::path(path).filename().string());
     for (const FormatEntry& entry : formats) {
-        const std::string ext = entry.extension;
-        if (name.size() > ext.size() && name.compare(name.size() - ext.size(), ext.size(), ext) == 0)
+        const std::string_view ext = entry.extension;
+        if (name.size() > ext.size() && String::endsWith(name, ext))
             return &entry;
     }
     return nullptr;

@@ -1,5 +1,7 @@
 #include <TarnwickLib/IO/ImageFileLayout.h>
 
+#include <TarnwickCore/String.h>
+
 #include <fmt/format.h>
 #include <zlib.h>
 
@@ -42,10 +44,8 @@ std::string truncated(std::uint64_t needed, std::uint64_t present) {
 }
 
 bool hasExtension(const std::string& path, const std::string& extension) {
-    std::string name = fs::path(path).filename().string();
-    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
-    return name.size() > extension.size() &&
-           name.compare(name.size() - extension.size(), extension.size(), extension) == 0;
+    const std::string name = String::toLowerCopy(fs::path(path).filename().string());
+    return name.size() > extension.size() && String::endsWith(name, extension);
 }
 
 std::string readPrefix(const fs::path& path, std::size_t maxBytes) {
@@ -223,12 +223,6 @@ std::string checkGzipNifti(const fs::path& path) {
 
 // ---- MetaImage --------------------------------------------------------------------------------
 
-std::string trim(const std::string& text) {
-    const auto first = text.find_first_not_of(" \t\r");
-    const auto last = text.find_last_not_of(" \t\r");
-    return first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
-}
-
 std::optional<std::uint64_t> parseCount(const std::string& text) {
     try {
         std::size_t used = 0;
@@ -274,8 +268,8 @@ MetaHeader parseMetaHeader(const fs::path& path) {
         const std::size_t equals = line.find('=');
         if (equals == std::string::npos)
             continue;
-        const std::string key = trim(line.substr(0, equals));
-        header.fields[key] = trim(line.substr(equals + 1));
+        const std::string key = String::trimCopy(line.substr(0, equals));
+        header.fields[key] = String::trimCopy(line.substr(equals + 1));
         if (key == "ElementDataFile") {
             header.end = std::min(pos, head.size());
             break;
@@ -336,14 +330,15 @@ std::string checkNrrd(const fs::path& path, std::uint64_t dataBytes) {
         const std::size_t end = head.find('\n', pos + 1);
         if (end == std::string::npos)
             return {};
-        const std::string line = trim(head.substr(pos + 1, end - pos - 1));
+        const std::string line = String::trimCopy(head.substr(pos + 1, end - pos - 1));
         pos = end;
         if (line.empty())
             break; // blank line: attached data follows
         const std::size_t colon = line.find(':');
         if (line[0] == '#' || colon == std::string::npos)
             continue;
-        const std::string key = trim(line.substr(0, colon)), value = trim(line.substr(colon + 1));
+        const std::string key = String::trimCopy(line.substr(0, colon)),
+                          value = String::trimCopy(line.substr(colon + 1));
         if (key == "encoding")
             encoding = value;
         else if (key == "byte skip" || key == "byteskip")
