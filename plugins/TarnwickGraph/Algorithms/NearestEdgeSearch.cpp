@@ -5,11 +5,11 @@
 
 #include <TarnwickGraph/Graph/Graph.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
-#include <TarnwickLib/Data/Line.h>
+
+#include <Eigen/Geometry>
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 namespace Tarnwick {
 
@@ -55,21 +55,18 @@ std::optional<NearestEdgeSearch::Hit> NearestEdgeSearch::nearest(const Eigen::Ve
         return std::nullopt;
     m_samples.findNearestNeighborsRadius(worldPoint, distances.front() + 0.5 * m_step, indices, distances);
 
+    // An edge with several samples among the candidates is measured again each time; a repeat can never
+    // beat the best so far, and this keeps the query free of per-call bookkeeping.
     std::optional<Hit> best;
-    std::unordered_set<int> seen;
     for (std::size_t sample : indices) {
         const int edge = m_sampleEdge[sample];
-        if (!seen.insert(edge).second)
-            continue;
         const Segment& segment = m_segments[static_cast<std::size_t>(edge)];
-        const Geometry::Line line(segment.a, segment.b);
-        const double distance = line.distanceToSegment(worldPoint);
-        if (best && distance >= best->distance)
-            continue;
         const Eigen::Vector3d direction = segment.b - segment.a;
         const double length2 = direction.squaredNorm();
         const double t = length2 > 0.0 ? std::clamp((worldPoint - segment.a).dot(direction) / length2, 0.0, 1.0) : 0.0;
-        best = Hit{segment.from, segment.to, distance, t, edge};
+        const double distance = (worldPoint - (segment.a + t * direction)).norm();
+        if (!best || distance < best->distance)
+            best = Hit{segment.from, segment.to, distance, t, edge};
     }
     return best;
 }
