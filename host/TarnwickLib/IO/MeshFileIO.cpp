@@ -64,12 +64,11 @@ std::string readHeader(std::istream& in, Header& header) {
         if (w[0] == "end_header") {
             if (!ascii)
                 return "only 'format ascii 1.0' is supported";
-            if (std::find(header.vertexProperties.begin(), header.vertexProperties.end(), "z") ==
-                    header.vertexProperties.end() ||
-                std::find(header.vertexProperties.begin(), header.vertexProperties.end(), "x") ==
-                    header.vertexProperties.end() ||
-                std::find(header.vertexProperties.begin(), header.vertexProperties.end(), "y") ==
-                    header.vertexProperties.end())
+            const std::vector<std::string>& properties = header.vertexProperties;
+            const auto has = [&](const char* name) {
+                return std::find(properties.begin(), properties.end(), name) != properties.end();
+            };
+            if (!has("x") || !has("y") || !has("z"))
                 return "the vertices need the properties x, y and z";
             return {};
         }
@@ -126,12 +125,12 @@ MeshFileIO::LoadResult MeshFileIO::load(const std::string& path) {
     std::vector<Eigen::Vector4f> colors;
     std::vector<std::vector<float>> scalars(names.size());
     std::string line;
+    std::vector<double> row(names.size());
     for (long long i = 0; i < header.vertexCount; ++i) {
         if (!std::getline(in, line))
             return {nullptr, "the file ends after " + std::to_string(i) + " of " + std::to_string(header.vertexCount) +
                                  " vertices"};
         const std::vector<std::string> fields = words(line);
-        std::vector<double> row(names.size());
         bool wellFormed = fields.size() == row.size();
         for (std::size_t p = 0; wellFormed && p < row.size(); ++p)
             wellFormed = parseNumber(fields[p], row[p]);
@@ -191,6 +190,9 @@ std::string MeshFileIO::save(const Mesh& mesh, const std::string& path) {
     std::ostream& out = writer.stream();
     out.precision(std::numeric_limits<double>::max_digits10);
     const std::vector<std::string> fields = mesh.vertexScalarNames();
+    std::vector<const std::vector<float>*> fieldValues;
+    for (const std::string& name : fields)
+        fieldValues.push_back(mesh.vertexScalars(name));
     out << "ply\nformat ascii 1.0\ncomment written by Tarnwick\n";
     out << "element vertex " << mesh.numberOfVertices() << "\n";
     out << "property double x\nproperty double y\nproperty double z\n";
@@ -207,8 +209,8 @@ std::string MeshFileIO::save(const Mesh& mesh, const std::string& path) {
             for (int c = 0; c < 4; ++c)
                 out << ' ' << static_cast<int>(std::clamp(rgba[c], 0.0f, 1.0f) * 255.0f + 0.5f);
         }
-        for (const std::string& name : fields)
-            out << ' ' << (*mesh.vertexScalars(name))[static_cast<std::size_t>(i)];
+        for (const std::vector<float>* values : fieldValues)
+            out << ' ' << (*values)[static_cast<std::size_t>(i)];
         out << '\n';
     }
     for (const Eigen::Vector3i& face : mesh.faces())
