@@ -43,37 +43,37 @@ std::shared_ptr<SharedImage> volumeImage(const std::vector<T>& values) {
     return std::make_shared<SharedImage>(mem, descriptor.imageToPixelMatrix());
 }
 
-struct DiameterScene {
+/// A synthetic tree grown in the volume, as a graph, and an image of the volume computed from it.
+struct Scene {
     std::unique_ptr<Graph> graph;
-    std::shared_ptr<SharedImage> labels;
+    std::shared_ptr<SharedImage> image;
 };
 
-const DiameterScene& diameterScene() {
-    static const DiameterScene scene = [] {
+template <typename Rasterize>
+Scene makeScene(Bench::CenterlineTreeOptions options, Rasterize rasterize) {
+    options.dims = volume;
+    const Bench::CenterlineTree tree = Bench::generateCenterlineTree(options);
+    return Scene{toGraph(tree), volumeImage(rasterize(tree, volume))};
+}
+
+/// A 100,000-edge tree and its label mask.
+const Scene& diameterScene() {
+    static const Scene scene = [] {
         Bench::CenterlineTreeOptions options;
-        options.dims = volume;
         options.pointCount = 100001;
-        const Bench::CenterlineTree tree = Bench::generateCenterlineTree(options);
-        return DiameterScene{toGraph(tree), volumeImage(Bench::rasterizeCenterlineTree(tree, volume))};
+        return makeScene(options, Bench::rasterizeCenterlineTree);
     }();
     return scene;
 }
 
-struct PruneScene {
-    std::unique_ptr<Graph> graph;
-    std::unique_ptr<SharedImageSet> distance;
-};
-
-const PruneScene& pruneScene() {
-    static const PruneScene scene = [] {
+/// A 1,000,000-point tree with spurs and its distance map.
+const Scene& pruneScene() {
+    static const Scene scene = [] {
         Bench::CenterlineTreeOptions options;
-        options.dims = volume;
         options.pointCount = 1000000;
         options.minRadius = 2.0; // so that the one-point spurs of the thinnest branches lie inside them
         options.spurEvery = 40;
-        const Bench::CenterlineTree tree = Bench::generateCenterlineTree(options);
-        return PruneScene{toGraph(tree), std::make_unique<SharedImageSet>(
-                                             volumeImage(Bench::centerlineTreeDistanceMap(tree, volume)))};
+        return makeScene(options, Bench::centerlineTreeDistanceMap);
     }();
     return scene;
 }
@@ -86,37 +86,37 @@ void setPerEdge(benchmark::State& state, const Graph& graph) {
 }
 
 void BM_PlainDiameters(benchmark::State& state) {
-    const DiameterScene& scene = diameterScene();
+    const Scene& scene = diameterScene();
     for (auto _ : state)
-        benchmark::DoNotOptimize(DiameterEstimation::computeDiameters(*scene.graph, *scene.labels, false, 0.5));
+        benchmark::DoNotOptimize(DiameterEstimation::computeDiameters(*scene.graph, *scene.image, false, 0.5));
     setPerEdge(state, *scene.graph);
 }
 
 /// As the VesselDiameter mode runs it: measurement, zero filling and smoothing along segments.
 void BM_VesselDiameters(benchmark::State& state) {
-    const DiameterScene& scene = diameterScene();
+    const Scene& scene = diameterScene();
     for (auto _ : state)
         benchmark::DoNotOptimize(
-            DiameterEstimation::computeVesselDiameters(*scene.graph, *scene.labels, true, 3, true, 0.5));
+            DiameterEstimation::computeVesselDiameters(*scene.graph, *scene.image, true, 3, true, 0.5));
     setPerEdge(state, *scene.graph);
 }
 
 /// The ray marching alone (no filling, and smoothing that changes nothing).
 void BM_VesselDiametersMeasurementOnly(benchmark::State& state) {
-    const DiameterScene& scene = diameterScene();
+    const Scene& scene = diameterScene();
     for (auto _ : state)
         benchmark::DoNotOptimize(
-            DiameterEstimation::computeVesselDiameters(*scene.graph, *scene.labels, false, std::nullopt, false, 0.5));
+            DiameterEstimation::computeVesselDiameters(*scene.graph, *scene.image, false, std::nullopt, false, 0.5));
     setPerEdge(state, *scene.graph);
 }
 
 /// As tarnwick-cli measures: the VesselDiameter mode through the catalogue, on a nearest-voxel view of the
 /// mask with rays stepping a sixteenth of a voxel.
 void BM_MaskVesselDiameters(benchmark::State& state) {
-    const DiameterScene& scene = diameterScene();
+    const Scene& scene = diameterScene();
     GraphPluginFactory catalogue;
     FactoryRegistry::get().addAlgorithmFactory(&catalogue);
-    const SharedImageSet mask(scene.labels);
+    const SharedImageSet mask(scene.image);
     for (auto _ : state)
         benchmark::DoNotOptimize(Cli::measureVesselDiameters(*scene.graph, mask));
     FactoryRegistry::get().removeAlgorithmFactory(&catalogue);
@@ -163,9 +163,9 @@ void BM_PruneShortTerminalPaths(benchmark::State& state) {
 }
 
 void BM_PrunePathsDistanceBased(benchmark::State& state) {
-    SharedImageSet* distance = pruneScene().distance.get();
+    SharedImageSet distance(pruneScene().image);
     runPrune(state, [&](Graph& graph) {
-        benchmark::DoNotOptimize(PruneTerminalPathsAlgorithm::removePathsDistanceBased(graph, distance, 1.0));
+        benchmark::DoNotOptimize(PruneTerminalPathsAlgorithm::removePathsDistanceBased(graph, &distance, 1.0));
     });
 }
 
