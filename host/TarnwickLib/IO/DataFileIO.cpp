@@ -2,6 +2,7 @@
 
 #include <TarnwickCore/Filesystem.h>
 #include <TarnwickCore/Log.h>
+#include <TarnwickCore/String.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Algorithm/IoAlgorithm.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
@@ -60,10 +61,8 @@ std::string extensionOf(const std::string& path) {
 std::optional<OwningDataList> loadWithAlgorithm(const std::string& path, Progress* progress) {
     std::unique_ptr<IoAlgorithm> reader = ioAlgorithmFor(path, DataList{}, IoAlgorithm::Load);
     if (!reader) {
-        std::string known;
-        for (const std::string& extension : DataFileIO::loadableExtensions())
-            known += (known.empty() ? "" : ", ") + extension;
-        TW_LOG_CAT_ERROR(category, "Cannot load '{}': no reader for {} (known: {})", path, extensionOf(path), known);
+        TW_LOG_CAT_ERROR(category, "Cannot load '{}': no reader for {} (known: {})", path, extensionOf(path),
+                         String::join(DataFileIO::loadableExtensions(), ", "));
         return std::nullopt;
     }
     reader->setProgress(progress);
