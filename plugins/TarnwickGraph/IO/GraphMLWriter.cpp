@@ -7,10 +7,42 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tarnwick {
 
 namespace {
+
+/// Appends `value` with the XML writer's escaping: the five special characters become entities, and a
+/// text of blanks only starts with "&#32;" so that it survives reading.
+void appendEscaped(std::string_view value, std::string& out) {
+    if (!value.empty() && value.find_first_not_of(' ') == std::string_view::npos) {
+        out.append("&#32;");
+        out.append(value.substr(1));
+        return;
+    }
+    for (char c : value) {
+        switch (c) {
+        case '<':
+            out.append("&lt;");
+            break;
+        case '>':
+            out.append("&gt;");
+            break;
+        case '&':
+            out.append("&amp;");
+            break;
+        case '"':
+            out.append("&quot;");
+            break;
+        case '\'':
+            out.append("&apos;");
+            break;
+        default:
+            out.push_back(c);
+        }
+    }
+}
 
 /// Appends the document to a buffer that goes to the stream in large blocks.
 class DocumentWriter {
@@ -22,35 +54,10 @@ public:
         if (m_buffer.size() >= blockSize)
             flush();
     }
-    /// Text with the XML writer's escaping: the five special characters become entities, and a
-    /// text of blanks only starts with "&#32;" so that it survives reading.
     void escaped(std::string_view value) {
-        if (!value.empty() && value.find_first_not_of(' ') == std::string_view::npos) {
-            text("&#32;");
-            text(value.substr(1));
-            return;
-        }
-        for (char c : value) {
-            switch (c) {
-            case '<':
-                text("&lt;");
-                break;
-            case '>':
-                text("&gt;");
-                break;
-            case '&':
-                text("&amp;");
-                break;
-            case '"':
-                text("&quot;");
-                break;
-            case '\'':
-                text("&apos;");
-                break;
-            default:
-                m_buffer.push_back(c);
-            }
-        }
+        appendEscaped(value, m_buffer);
+        if (m_buffer.size() >= blockSize)
+            flush();
     }
     void number(double value) { fmt::format_to(std::back_inserter(m_buffer), "{}", value); }
     void id(unsigned long nodeId) { fmt::format_to(std::back_inserter(m_buffer), "n{}", nodeId); }
@@ -81,18 +88,32 @@ void writeKey(DocumentWriter& writer, const std::string& id, const char* owner) 
     writer.text("\" attr.type=\"double\"/>\n");
 }
 
-void writeData(DocumentWriter& writer, std::string_view key, double value) {
-    writer.text("            <data key=\"");
-    writer.escaped(key);
-    writer.text("\">");
+/// The start tag of a data element for `key`, escaped once per key rather than once per element.
+std::string dataStartTag(std::string_view key) {
+    std::string tag = "            <data key=\"";
+    appendEscaped(key, tag);
+    tag.append("\">");
+    return tag;
+}
+
+std::vector<std::string> dataStartTags(const std::vector<Graph::FeatureDescriptor>& descriptors) {
+    std::vector<std::string> tags;
+    tags.reserve(descriptors.size());
+    for (const auto& descriptor : descriptors)
+        tags.push_back(dataStartTag(descriptor.name));
+    return tags;
+}
+
+void writeData(DocumentWriter& writer, const std::string& startTag, double value) {
+    writer.text(startTag);
     writer.number(value);
     writer.text("</data>\n");
 }
 
-void writeFeatures(DocumentWriter& writer, const std::vector<Graph::FeatureDescriptor>& descriptors,
+void writeFeatures(DocumentWriter& writer, const std::vector<std::string>& startTags,
                    const std::vector<double>& values) {
-    for (std::size_t i = 0; i < descriptors.size(); ++i)
-        writeData(writer, descriptors[i].name, values[i]);
+    for (std::size_t i = 0; i < startTags.size(); ++i)
+        writeData(writer, startTags[i], values[i]);
 }
 
 } // namespace
@@ -123,16 +144,20 @@ bool GraphMLWriter::write(const Graph& graph, bool exportFeatures, std::ostream&
         return writer.flush();
     }
     writer.text("\">\n");
+    const std::string xTag = dataStartTag("x"), yTag = dataStartTag("y"), zTag = dataStartTag("z");
+    const std::vector<std::string> nodeFeatureTags =
+        nodeFeatures ? dataStartTags(graph.nodeFeatureDescriptors()) : std::vector<std::string>();
+    const std::vector<std::string> edgeFeatureTags =
+        edgeFeatures ? dataStartTags(graph.edgeFeatureDescriptors()) : std::vector<std::string>();
     graph.forEachNode([&](unsigned long id, const Graph::NodeInfo& node) {
         writer.text("        <node id=\"");
         writer.id(id);
         writer.text("\">\n");
-        writeData(writer, "x", node.position.x());
-        writeData(writer, "y", node.position.y());
+        writeData(writer, xTag, node.position.x());
+        writeData(writer, yTag, node.position.y());
         if (threeDimensional)
-            writeData(writer, "z", node.position.z());
-        if (nodeFeatures)
-            writeFeatures(writer, graph.nodeFeatureDescriptors(), node.features);
+            writeData(writer, zTag, node.position.z());
+        writeFeatures(writer, nodeFeatureTags, node.features);
         writer.text("        </node>\n");
     });
     graph.forEachEdge([&](const Graph::EdgeInfo& edge, unsigned long from, unsigned long to) {
@@ -145,7 +170,7 @@ bool GraphMLWriter::write(const Graph& graph, bool exportFeatures, std::ostream&
             return;
         }
         writer.text("\">\n");
-        writeFeatures(writer, graph.edgeFeatureDescriptors(), edge.features);
+        writeFeatures(writer, edgeFeatureTags, edge.features);
         writer.text("        </edge>\n");
     });
     writer.text("    </graph>\n</graphml>\n");
