@@ -246,8 +246,8 @@ std::string readHeader(itk::ImageIOBase& io, const std::string& path, ImageDescr
     for (unsigned int i = 0; i < std::min(dimensionCount, 3u); ++i) {
         const auto size = io.GetDimensions(i);
         if (size > static_cast<itk::SizeValueType>(INT_MAX))
-            return fmt::format("Corrupt image header in '{}': dimension {} has size {} (negative or too large)",
-                               path, i, size);
+            return fmt::format("Corrupt image header in '{}': dimension {} has size {} (negative or too large)", path,
+                               i, size);
         d.dimensions[i] = static_cast<int>(size);
         d.spacing[i] = io.GetSpacing(i);
         g.origin[i] = io.GetOrigin(i);

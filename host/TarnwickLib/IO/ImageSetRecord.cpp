@@ -1,7 +1,7 @@
 #include <TarnwickLib/IO/ImageSetRecord.h>
 
-#include <TarnwickLib/IO/BinaryValue.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
+#include <TarnwickLib/IO/BinaryValue.h>
 
 #include <fmt/format.h>
 
@@ -71,9 +71,10 @@ std::shared_ptr<SharedImage> readImage(std::istream& in, std::uint32_t index, st
     Eigen::Matrix4d matrix;
     std::uint32_t modality = 0;
     std::uint64_t byteCount = 0;
-    if (!getValue(in, typeCode) || !getValue(in, dimensions.x()) || !getValue(in, dimensions.y()) || !getValue(in, dimensions.z()) ||
-        !getValue(in, channels) || !getValue(in, spacing.x()) || !getValue(in, spacing.y()) || !getValue(in, spacing.z()) ||
-        !getMatrix(in, matrix) || !getValue(in, modality) || !getValue(in, byteCount))
+    if (!getValue(in, typeCode) || !getValue(in, dimensions.x()) || !getValue(in, dimensions.y()) ||
+        !getValue(in, dimensions.z()) || !getValue(in, channels) || !getValue(in, spacing.x()) ||
+        !getValue(in, spacing.y()) || !getValue(in, spacing.z()) || !getMatrix(in, matrix) || !getValue(in, modality) ||
+        !getValue(in, byteCount))
         return fail("the record ends inside the image header");
     if (!isValidPixelType(typeCode))
         return fail(fmt::format("unknown pixel type code {}", typeCode));
