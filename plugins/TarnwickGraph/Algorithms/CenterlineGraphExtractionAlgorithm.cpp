@@ -224,11 +224,7 @@ bool CenterlineGraphExtractionAlgorithm::extract(const SharedImage& mask) {
         std::unique_ptr<Graph> graph = rawSkeletonGraphToGraph(raw, skeletonImage.descriptorWorld(), nullptr);
         // Carry positions from the resampled grid's image frame into the input image's frame.
         const Eigen::Matrix4d inputToWorld = m_input.get()->matrixToWorld();
-        const Eigen::Matrix4d toInput = inputToWorld.inverse() * skeletonImage.matrixToWorld();
-        const Eigen::Matrix3d linear = toInput.topLeftCorner<3, 3>();
-        const Eigen::Vector3d offset = toInput.topRightCorner<3, 1>();
-        graph->editEachNode(
-            [&](unsigned long, Graph::NodeInfo& node) { node.position = linear * node.position + offset; });
+        GraphUtils::transformNodePositions(*graph, inputToWorld.inverse() * skeletonImage.matrixToWorld());
         graph->setMatrixToWorld(inputToWorld);
         return graph;
     });

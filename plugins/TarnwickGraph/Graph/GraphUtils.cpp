@@ -138,6 +138,12 @@ double computeMedian(std::vector<double> values) {
     return (lower + upper) / 2.0;
 }
 
+void transformNodePositions(Graph& graph, const Eigen::Matrix4d& transform) {
+    const Eigen::Matrix3d linear = transform.topLeftCorner<3, 3>();
+    const Eigen::Vector3d offset = transform.topRightCorner<3, 1>();
+    graph.editEachNode([&](unsigned long, Graph::NodeInfo& node) { node.position = linear * node.position + offset; });
+}
+
 int computeEdgeLengths(Graph& graph) {
     const int lengthIdx = graph.getOrCreateEdgeFeatureIdx("length", 0.0);
     graph.editEachEdge([&](Graph::EdgeInfo& edge, unsigned long, const Graph::NodeInfo& source, unsigned long,

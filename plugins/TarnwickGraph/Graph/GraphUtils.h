@@ -34,6 +34,9 @@ argmaxNode(const Graph& graph,
            const std::function<double(unsigned long, const Graph::NodeInfo&, const Graph::Neighborhood&)>& score);
 std::optional<unsigned long> argmaxNode(const Graph& graph, const std::function<double(const Graph::NodeInfo&)>& score);
 
+/// Maps every node position p to the affine image (transform * (p, 1)).head(3). O(N).
+void transformNodePositions(Graph& graph, const Eigen::Matrix4d& transform);
+
 // --- features --------------------------------------------------------------------------------------
 
 /// Writes combine(node value, node value) of node feature nodeFeatureIdx into the edge feature

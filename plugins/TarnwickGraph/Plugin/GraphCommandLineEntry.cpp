@@ -2,6 +2,7 @@
 
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
 #include <TarnwickGraph/Graph/Graph.h>
+#include <TarnwickGraph/Graph/GraphUtils.h>
 
 #include <algorithm>
 #include <limits>
@@ -75,10 +76,7 @@ TARNWICK_PLUGIN_EXPORT int tarnwickGraphMoveToWorld(Tarnwick::Data* data, int ra
     Eigen::Matrix4d toWorld = graph->matrixToWorld();
     if (ras)
         toWorld = Eigen::Vector4d(-1, -1, 1, 1).asDiagonal() * toWorld;
-    const Eigen::Matrix3d linear = toWorld.topLeftCorner<3, 3>();
-    const Eigen::Vector3d offset = toWorld.topRightCorner<3, 1>();
-    graph->editEachNode(
-        [&](unsigned long, Tarnwick::Graph::NodeInfo& node) { node.position = linear * node.position + offset; });
+    Tarnwick::GraphUtils::transformNodePositions(*graph, toWorld);
     graph->setMatrixToWorld(Eigen::Matrix4d::Identity());
     return 0;
 }
