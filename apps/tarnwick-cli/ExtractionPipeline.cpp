@@ -1,9 +1,8 @@
 #include "ExtractionPipeline.h"
+#include "ConfiguredAlgorithm.h"
 #include "MaskDiameterMeasurement.h"
 
 #include <TarnwickCore/Log.h>
-#include <TarnwickLib/Algorithm/FactoryRegistry.h>
-#include <TarnwickLib/Algorithm/ParameterBase.h>
 #include <TarnwickLib/Data/DataList.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 
@@ -16,31 +15,6 @@
 namespace Tarnwick::Cli {
 
 namespace {
-
-/// Creates catalogue algorithm `id` on `inputs` with parameters from text; null with the reason logged.
-std::unique_ptr<Algorithm> createAlgorithm(const std::string& id, const DataList& inputs,
-                                           const std::vector<std::pair<std::string, std::string>>& settings) {
-    const auto info = FactoryRegistry::get().findAlgorithm(id);
-    if (!info) {
-        TW_LOG_ERROR("The algorithm '{}' is not available; is the graph plug-in loaded?", id);
-        return nullptr;
-    }
-    std::unique_ptr<Algorithm> algorithm = info->factory->create(id, inputs);
-    if (!algorithm) {
-        TW_LOG_ERROR("{} does not accept the image", id);
-        return nullptr;
-    }
-    for (const auto& [name, value] : settings) {
-        ParameterBase* parameter = algorithm->parameter(name);
-        const auto error =
-            parameter ? parameter->setFromString(value) : std::optional<std::string>("no such parameter");
-        if (error) {
-            TW_LOG_ERROR("{}: {}: {}", id, name, *error);
-            return nullptr;
-        }
-    }
-    return algorithm;
-}
 
 /// Runs `algorithm` as one task of `progress`; true on success.
 bool runStage(Algorithm& algorithm, const char* stage, Progress& progress) {
@@ -55,13 +29,13 @@ bool runStage(Algorithm& algorithm, const char* stage, Progress& progress) {
 } // namespace
 
 std::unique_ptr<Data> extractCenterlines(SharedImageSet& mask, const ExtractionSettings& settings, Progress& progress) {
-    std::unique_ptr<Algorithm> extraction =
-        createAlgorithm("CenterlineGraphExtraction", DataList({&mask}),
-                        {{"minVesselDiameter", fmt::format("{}", settings.minVesselDiameter)},
-                         {"graphSmoothing", fmt::format("{}", settings.graphSmoothing)},
-                         {"prunePathsSensitivity", fmt::format("{}", settings.pruneSensitivity)},
-                         {"removeCycles", settings.removeCycles ? "true" : "false"},
-                         {"closeHolesSize", settings.closeHoles > 0 ? std::to_string(settings.closeHoles) : ""}});
+    std::unique_ptr<Algorithm> extraction = createConfiguredAlgorithm(
+        "CenterlineGraphExtraction", DataList({&mask}),
+        {{"minVesselDiameter", fmt::format("{}", settings.minVesselDiameter)},
+         {"graphSmoothing", fmt::format("{}", settings.graphSmoothing)},
+         {"prunePathsSensitivity", fmt::format("{}", settings.pruneSensitivity)},
+         {"removeCycles", settings.removeCycles ? "true" : "false"},
+         {"closeHolesSize", settings.closeHoles > 0 ? std::to_string(settings.closeHoles) : ""}});
     if (!extraction)
         return nullptr;
     // The extraction's own steps are the top-level tasks here.
@@ -76,7 +50,7 @@ std::unique_ptr<Data> extractCenterlines(SharedImageSet& mask, const ExtractionS
     std::unique_ptr<Data> graph = std::move(output.front());
 
     std::unique_ptr<Algorithm> lengths =
-        createAlgorithm("ComputeFeatures", DataList({graph.get()}), {{"mode", "EdgeLength"}});
+        createConfiguredAlgorithm("ComputeFeatures", DataList({graph.get()}), {{"mode", "EdgeLength"}});
     if (!lengths || !runStage(*lengths, "length", progress)) {
         TW_LOG_ERROR("Measuring the edge lengths failed");
         return nullptr;

@@ -1,10 +1,9 @@
 #include "MaskDiameterMeasurement.h"
+#include "ConfiguredAlgorithm.h"
 
 #include <TarnwickCore/Log.h>
-#include <TarnwickLib/Algorithm/FactoryRegistry.h>
-#include <TarnwickLib/Algorithm/ParameterBase.h>
-#include <TarnwickLib/ImageAlgorithms/DistanceTransform.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
+#include <TarnwickLib/ImageAlgorithms/DistanceTransform.h>
 
 #include <algorithm>
 #include <cmath>
@@ -48,21 +47,6 @@ std::unique_ptr<SharedImageSet> measuringView(const SharedImage& image) {
         std::make_shared<SharedImage>(view, image.matrixToWorld() * toImage, image.modality()));
 }
 
-/// Creates the catalogue algorithm `id` on `data` and sets its parameter `name` to `value`; null with the
-/// reason logged when the plug-in or the parameter is missing.
-std::unique_ptr<Algorithm> configured(const std::string& id, const DataList& data, const std::string& name,
-                                      const std::string& value) {
-    std::unique_ptr<Algorithm> algorithm = FactoryRegistry::get().createAlgorithm(id, data);
-    if (!algorithm)
-        return nullptr;
-    ParameterBase* parameter = algorithm->parameter(name);
-    if (!parameter || parameter->setFromString(value)) {
-        TW_LOG_ERROR("{} has no {} '{}'", id, name, value);
-        return nullptr;
-    }
-    return algorithm;
-}
-
 /// Diameters in a single-slice image. Rays across an edge would leave the slice, so the radius is read
 /// from the inside distance map instead (the distance from the edge's midpoint to the nearest background
 /// voxel centre); a voxel without any background in the image reads 0 rather than infinity.
@@ -76,8 +60,8 @@ bool measurePlanarDiameters(Data& graph, const SharedImage& image) {
         if (!std::isfinite(value[i]))
             value[i] = 0.0f;
     SharedImageSet radii(std::shared_ptr<SharedImage>(std::move(distance)));
-    std::unique_ptr<Algorithm> sampling =
-        configured("EvaluateGraphAtImage", DataList({&graph, &radii}), "edgeFeatureName", "diameter");
+    std::unique_ptr<Algorithm> sampling = createConfiguredAlgorithm("EvaluateGraphAtImage", DataList({&graph, &radii}),
+                                                                    {{"edgeFeatureName", "diameter"}});
     if (!sampling)
         return false;
     sampling->compute();
@@ -101,7 +85,7 @@ bool measureVesselDiameters(Data& graph, const SharedImageSet& mask) {
     // The view borrows the mask's voxels, so it must not outlive this call.
     const std::unique_ptr<SharedImageSet> view = measuringView(*image);
     std::unique_ptr<Algorithm> measurement =
-        configured("ComputeFeatures", DataList({&graph, view.get()}), "mode", "VesselDiameter");
+        createConfiguredAlgorithm("ComputeFeatures", DataList({&graph, view.get()}), {{"mode", "VesselDiameter"}});
     if (!measurement)
         return false;
     measurement->compute();
