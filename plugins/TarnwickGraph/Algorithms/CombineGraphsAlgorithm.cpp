@@ -4,6 +4,7 @@
 #include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickGraph/Graph/GraphUtils.h>
 
 #include <algorithm>
 #include <map>
@@ -68,9 +69,7 @@ void CombineGraphsAlgorithm::compute() {
     const bool anyDirected =
         std::any_of(m_graphs.begin(), m_graphs.end(), [](const Graph* g) { return g->type() == Graph::Directed; });
     auto output = std::make_unique<Graph>(anyDirected ? Graph::Directed : Graph::Undirected, first.dimension());
-    output->clearFeatureDescriptors();
-    output->addNodeFeatureDescriptors(first.nodeFeatureDescriptors());
-    output->addEdgeFeatureDescriptors(first.edgeFeatureDescriptors());
+    GraphUtils::copyFeatureDescriptors(first, *output);
 
     for (const Graph* input : m_graphs) {
         const Eigen::Matrix4d toWorld = input->matrixToWorld();

@@ -24,9 +24,7 @@ void replaceContent(Graph& target, const Graph& source) {
     target.forEachNode([&](unsigned long id, const Graph::NodeInfo&) { ids.push_back(id); });
     for (unsigned long id : ids)
         target.removeNode(id);
-    target.clearFeatureDescriptors();
-    target.addNodeFeatureDescriptors(source.nodeFeatureDescriptors());
-    target.addEdgeFeatureDescriptors(source.edgeFeatureDescriptors());
+    GraphUtils::copyFeatureDescriptors(source, target);
     source.forEachNode([&](unsigned long id, const Graph::NodeInfo& node) { target.addOrReplaceNode(id, node); });
     source.forEachEdge(
         [&](const Graph::EdgeInfo& edge, unsigned long from, unsigned long to) { target.addEdge(from, to, edge); });
@@ -61,10 +59,8 @@ void GraphReindexingAlgorithm::updateVisibility() {
 std::unique_ptr<Graph> GraphReindexingAlgorithm::renumberFromRoot(const Graph& graph, unsigned long root) {
     auto result = std::make_unique<Graph>(graph.type(), graph.dimension());
     result->setName(graph.name());
-    result->clearFeatureDescriptors();
     result->setMatrix(graph.matrix());
-    result->addNodeFeatureDescriptors(graph.nodeFeatureDescriptors());
-    result->addEdgeFeatureDescriptors(graph.edgeFeatureDescriptors());
+    GraphUtils::copyFeatureDescriptors(graph, *result);
 
     std::unordered_map<unsigned long, unsigned long> newIds;
     newIds.reserve(graph.numNodes());

@@ -6,6 +6,7 @@
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickGraph/Graph/GraphUtils.h>
 
 #include <algorithm>
 
@@ -16,9 +17,7 @@ namespace {
 /// A new graph of the same kind, placement and feature columns as `source`, without nodes.
 std::unique_ptr<Graph> emptyLike(const Graph& source) {
     auto part = std::make_unique<Graph>(source.type(), source.dimension());
-    part->clearFeatureDescriptors();
-    part->addNodeFeatureDescriptors(source.nodeFeatureDescriptors());
-    part->addEdgeFeatureDescriptors(source.edgeFeatureDescriptors());
+    GraphUtils::copyFeatureDescriptors(source, *part);
     part->setMatrixToWorld(source.matrixToWorld());
     return part;
 }

@@ -144,6 +144,12 @@ void transformNodePositions(Graph& graph, const Eigen::Matrix4d& transform) {
     graph.editEachNode([&](unsigned long, Graph::NodeInfo& node) { node.position = linear * node.position + offset; });
 }
 
+void copyFeatureDescriptors(const Graph& source, Graph& target) {
+    target.clearFeatureDescriptors();
+    target.addNodeFeatureDescriptors(source.nodeFeatureDescriptors());
+    target.addEdgeFeatureDescriptors(source.edgeFeatureDescriptors());
+}
+
 int computeEdgeLengths(Graph& graph) {
     const int lengthIdx = graph.getOrCreateEdgeFeatureIdx("length", 0.0);
     graph.editEachEdge([&](Graph::EdgeInfo& edge, unsigned long, const Graph::NodeInfo& source, unsigned long,

@@ -39,6 +39,9 @@ void transformNodePositions(Graph& graph, const Eigen::Matrix4d& transform);
 
 // --- features --------------------------------------------------------------------------------------
 
+/// Replaces target's node and edge feature descriptors by source's (target's feature values are dropped).
+void copyFeatureDescriptors(const Graph& source, Graph& target);
+
 /// Writes combine(node value, node value) of node feature nodeFeatureIdx into the edge feature
 /// edgeFeatureName (created with default 0 when missing) of every edge and returns its index.
 /// Directed edges u -> v get combine(value at u, value at v); undirected edges get combine(value at the
