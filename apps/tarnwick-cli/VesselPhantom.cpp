@@ -4,13 +4,12 @@
 #include "VesselPhantom.h"
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickLib/IO/AtomicFileWriter.h>
 
 #include <Eigen/Geometry>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <fstream>
 #include <iomanip>
 #include <map>
 #include <stdexcept>
@@ -342,39 +341,31 @@ VesselPhantom::Centerlines VesselPhantom::truth() const {
 
 bool VesselPhantom::writeTruthGraphML(const std::string& path) const {
     const Centerlines lines = truth();
-    const std::string partial = path + ".partial";
-    {
-        std::ofstream out(partial, std::ios::trunc);
-        if (!out) {
-            TW_LOG_ERROR("Cannot open '{}' for writing", partial);
-            return false;
-        }
-        out << std::setprecision(17);
-        out << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-            << "<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\">\n";
-        for (const char* axis : {"x", "y", "z"})
-            out << "    <key id=\"" << axis << "\" for=\"node\" attr.name=\"" << axis << "\" attr.type=\"double\"/>\n";
-        out << "    <key id=\"diameter\" for=\"edge\" attr.name=\"diameter\" attr.type=\"double\"/>\n"
-            << "    <graph id=\"G\" edgedefault=\"undirected\">\n";
-        for (std::size_t i = 0; i < lines.points.size(); ++i) {
-            const Eigen::Vector3d& p = lines.points[i];
-            out << "        <node id=\"n" << i << "\"><data key=\"x\">" << p.x() << "</data><data key=\"y\">" << p.y()
-                << "</data><data key=\"z\">" << p.z() << "</data></node>\n";
-        }
-        for (std::size_t i = 0; i < lines.edges.size(); ++i)
-            out << "        <edge source=\"n" << lines.edges[i].first << "\" target=\"n" << lines.edges[i].second
-                << "\"><data key=\"diameter\">" << lines.diameters[i] << "</data></edge>\n";
-        out << "    </graph>\n</graphml>\n";
-        out.flush();
-        if (!out) {
-            TW_LOG_ERROR("Writing '{}' failed", partial);
-            std::remove(partial.c_str());
-            return false;
-        }
+    AtomicFileWriter writer(path);
+    std::string error;
+    if (!writer.open(error)) {
+        TW_LOG_ERROR("Cannot write '{}': {}", path, error);
+        return false;
     }
-    if (std::rename(partial.c_str(), path.c_str()) != 0) {
-        TW_LOG_ERROR("Cannot replace '{}'", path);
-        std::remove(partial.c_str());
+    std::ostream& out = writer.stream();
+    out << std::setprecision(17);
+    out << "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+        << "<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\">\n";
+    for (const char* axis : {"x", "y", "z"})
+        out << "    <key id=\"" << axis << "\" for=\"node\" attr.name=\"" << axis << "\" attr.type=\"double\"/>\n";
+    out << "    <key id=\"diameter\" for=\"edge\" attr.name=\"diameter\" attr.type=\"double\"/>\n"
+        << "    <graph id=\"G\" edgedefault=\"undirected\">\n";
+    for (std::size_t i = 0; i < lines.points.size(); ++i) {
+        const Eigen::Vector3d& p = lines.points[i];
+        out << "        <node id=\"n" << i << "\"><data key=\"x\">" << p.x() << "</data><data key=\"y\">" << p.y()
+            << "</data><data key=\"z\">" << p.z() << "</data></node>\n";
+    }
+    for (std::size_t i = 0; i < lines.edges.size(); ++i)
+        out << "        <edge source=\"n" << lines.edges[i].first << "\" target=\"n" << lines.edges[i].second
+            << "\"><data key=\"diameter\">" << lines.diameters[i] << "</data></edge>\n";
+    out << "    </graph>\n</graphml>\n";
+    if (!writer.commit(error)) {
+        TW_LOG_ERROR("Writing '{}' failed: {}", path, error);
         return false;
     }
     return true;
