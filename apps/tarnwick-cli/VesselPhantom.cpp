@@ -136,6 +136,12 @@ void VesselPhantom::grow(const Eigen::Vector3d& start, const Eigen::Vector3d& di
     // Vessels that share the junction may come close within this distance of it.
     const double junctionZone = 2.0 * (parentRadius + radius) + 4 * voxel;
 
+    // The parent's other child, already grown when this is the second one.
+    int sibling = -1;
+    for (int i = 0; i < static_cast<int>(m_vessels.size()); ++i)
+        if (parent >= 0 && m_vessels[i].parent == parent)
+            sibling = i;
+
     Vessel vessel;
     vessel.radius = radius;
     vessel.parent = parent;
@@ -149,10 +155,6 @@ void VesselPhantom::grow(const Eigen::Vector3d& start, const Eigen::Vector3d& di
         if (!inside(next, radius))
             break;
         const bool nearJunction = (next - start).norm() < junctionZone;
-        int sibling = -1;
-        for (int i = 0; i < static_cast<int>(m_vessels.size()); ++i)
-            if (parent >= 0 && m_vessels[i].parent == parent)
-                sibling = i;
         if (!isClear(next, radius, nearJunction ? parent : -2, nearJunction ? sibling : -2))
             break;
         vessel.points.push_back(next);
