@@ -22,6 +22,15 @@ namespace {
 constexpr double pi = 3.14159265358979323846;
 constexpr int maxDepth = 9;
 
+/// The next number in [0, 1) of a SplitMix64 sequence: the same numbers on every platform and standard library.
+double nextUnit(std::uint64_t& state) {
+    std::uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
+    z ^= z >> 31;
+    return static_cast<double>(z >> 11) / 9007199254740992.0;
+}
+
 double distanceToSegment(const Eigen::Vector3d& p, const Eigen::Vector3d& a, const Eigen::Vector3d& b) {
     const Eigen::Vector3d ab = b - a;
     const double lengthSquared = ab.squaredNorm();
@@ -95,12 +104,7 @@ VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_sta
 }
 
 double VesselPhantom::uniform(double low, double high) {
-    // SplitMix64: the same numbers on every platform and standard library.
-    std::uint64_t z = (m_state += 0x9E3779B97F4A7C15ULL);
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-    z ^= z >> 31;
-    return low + (high - low) * static_cast<double>(z >> 11) / 9007199254740992.0;
+    return low + (high - low) * nextUnit(m_state);
 }
 
 bool VesselPhantom::inside(const Eigen::Vector3d& point, double radius) const {
@@ -249,12 +253,7 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
 
     // Smooth surface noise: three plane waves of about four voxels wavelength with seeded directions.
     std::uint64_t state = m_options.seed * 7919ULL + 3;
-    auto next = [&state]() {
-        std::uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-        return static_cast<double>((z ^ (z >> 31)) >> 11) / 9007199254740992.0;
-    };
+    auto next = [&state]() { return nextUnit(state); };
     Eigen::Vector3d waves[3];
     double phases[3];
     for (int w = 0; w < 3; ++w) {
