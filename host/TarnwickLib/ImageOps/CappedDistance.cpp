@@ -9,10 +9,10 @@
 #include <TarnwickLib/ImageOps/CappedDistance.h>
 
 #include <TarnwickLib/ImageOps/Parallel.h>
+#include <TarnwickLib/ImageOps/RowScan.h>
 #include <TarnwickLib/ImageOps/VolumeValidation.h>
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 namespace Tarnwick::ImageOps {
@@ -35,11 +35,9 @@ RowContent rowContent(const std::uint8_t* row, int n) {
     RowContent content;
     int x = 0;
     for (; x + 8 <= n; x += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, row + x, sizeof word);
+        const std::uint64_t word = RowScan::loadWord(row + x);
         content.anyNonZero |= word != 0;
-        // The classic test for a zero byte in a word.
-        content.anyZero |= ((word - 0x0101010101010101ull) & ~word & 0x8080808080808080ull) != 0;
+        content.anyZero |= RowScan::hasZeroByte(word);
     }
     for (; x < n; ++x) {
         content.anyNonZero |= row[x] != 0;
@@ -75,13 +73,11 @@ private:
 void CappedTransform::alongX(const std::uint8_t* mask, bool sourcesAreForeground) {
     const int nx = m_dims.x();
     const int rows = m_dims.y() * m_dims.z();
-    const int none = nx + m_radius + 1; // farther than the cap
 #pragma omp parallel num_threads(m_threads)
     {
         std::vector<int> distance(static_cast<std::size_t>(nx));
 #pragma omp for schedule(static)
         for (int row = 0; row < rows; ++row) {
-            // The row of the mask is read completely before the row of values is written.
             const std::uint8_t* in = mask + static_cast<std::size_t>(row) * nx;
             std::uint8_t* v = m_values + static_cast<std::size_t>(row) * nx;
             const RowContent content = rowContent(in, nx);
@@ -95,20 +91,9 @@ void CappedTransform::alongX(const std::uint8_t* mask, bool sourcesAreForeground
                 std::fill(v, v + nx, kFar);
                 continue;
             }
-            int last = m_outsideIsSource ? -1 : -none;
-            for (int x = 0; x < nx; ++x) {
-                if ((in[x] != 0) == sourcesAreForeground)
-                    last = x;
-                distance[static_cast<std::size_t>(x)] = x - last;
-            }
-            int next = m_outsideIsSource ? nx : nx + none;
-            for (int x = nx - 1; x >= 0; --x) {
-                int d = distance[static_cast<std::size_t>(x)];
-                if (d == 0)
-                    next = x;
-                d = std::min(d, next - x);
-                v[x] = d <= m_radius ? static_cast<std::uint8_t>(d * d) : kFar;
-            }
+            RowScan::forEachDistance(
+                in, nx, sourcesAreForeground, m_outsideIsSource, distance.data(),
+                [&](int x, int d) { v[x] = d <= m_radius ? static_cast<std::uint8_t>(d * d) : kFar; });
         }
     }
 }

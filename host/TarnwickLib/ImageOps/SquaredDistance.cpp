@@ -14,11 +14,11 @@
 #include <TarnwickLib/ImageOps/SquaredDistance.h>
 
 #include <TarnwickLib/ImageOps/Parallel.h>
+#include <TarnwickLib/ImageOps/RowScan.h>
 #include <TarnwickLib/ImageOps/VolumeValidation.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -100,12 +100,8 @@ private:
     bool isSource(std::uint8_t maskValue) const { return (maskValue != 0) == m_sourceValue; }
     // Whether any of the eight mask bytes at `bytes` is a non-source.
     bool anyTarget(const std::uint8_t* bytes) const {
-        std::uint64_t word;
-        std::memcpy(&word, bytes, sizeof word);
-        if (!m_sourceValue)
-            return word != 0;
-        // Some byte is zero (the classic test for a zero byte in a word).
-        return ((word - 0x0101010101010101ull) & ~word & 0x8080808080808080ull) != 0;
+        const std::uint64_t word = RowScan::loadWord(bytes);
+        return m_sourceValue ? RowScan::hasZeroByte(word) : word != 0;
     }
 
     const std::uint8_t* m_mask;
@@ -119,7 +115,6 @@ private:
 void SeparableTransform::alongX() {
     const int nx = m_dims.x();
     const int rows = m_dims.y() * m_dims.z();
-    constexpr int kNone = 1 << 30; // farther than any volume is long
     const double step = m_options.spacing.x();
 #pragma omp parallel num_threads(m_threads)
     {
@@ -135,21 +130,12 @@ void SeparableTransform::alongX() {
                 std::fill(m_values + start, m_values + start + nx, 0.0f); // sources only
                 continue;
             }
-            int last = m_options.outsideIsSource ? -1 : -kNone;
-            for (x = 0; x < nx; ++x) {
-                if (isSource(mask[x]))
-                    last = x;
-                distance[static_cast<std::size_t>(x)] = x - last;
-            }
-            int next = m_options.outsideIsSource ? nx : kNone + nx;
-            for (x = nx - 1; x >= 0; --x) {
-                int& d = distance[static_cast<std::size_t>(x)];
-                if (d == 0)
-                    next = x;
-                d = std::min(d, next - x);
-                const double length = d >= kNone ? kInfinity : d * step;
-                m_values[start + x] = static_cast<float>(length * length);
-            }
+            float* values = m_values + start;
+            RowScan::forEachDistance(
+                mask, nx, m_sourceValue, m_options.outsideIsSource, distance.data(), [&](int x, int d) {
+                    const double length = d >= RowScan::kNoSource ? kInfinity : static_cast<double>(d) * step;
+                    values[x] = static_cast<float>(length * length);
+                });
         }
     }
 }
