@@ -282,10 +282,7 @@ std::string checkMetaImageHeader(const fs::path& path) {
     // The reader reads NDims values for every array field, so a negative or huge count makes it
     // loop for billions of values. Keys are compared without case to be safe.
     for (const auto& [key, value] : parseMetaHeader(path).fields) {
-        std::string lowered = key;
-        std::transform(lowered.begin(), lowered.end(), lowered.begin(),
-                       [](unsigned char c) { return std::tolower(c); });
-        if (lowered != "ndims")
+        if (String::toLowerCopy(key) != "ndims")
             continue;
         const std::optional<std::uint64_t> rank = parseCount(value);
         if (!rank || *rank < 1 || *rank > 10)
