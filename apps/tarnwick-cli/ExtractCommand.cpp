@@ -2,6 +2,7 @@
 
 #include <TarnwickCore/ConsoleProgress.h>
 #include <TarnwickCore/Log.h>
+#include <TarnwickCore/String.h>
 #include <TarnwickCore/Timer.h>
 #include <TarnwickGraph/Plugin/GraphCommandLineEntry.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
@@ -20,10 +21,6 @@
 namespace Tarnwick::Cli {
 
 namespace {
-
-bool endsWith(const std::string& text, const std::string& suffix) {
-    return text.size() >= suffix.size() && text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
 
 using Stages = std::vector<std::pair<std::string, double>>;
 
@@ -91,8 +88,8 @@ CLI::App* ExtractCommand::declare(CLI::App& app) {
 }
 
 int ExtractCommand::run(CommandContext& context) {
-    const bool graphml = endsWith(m_output, ".graphml");
-    if (!graphml && !endsWith(m_output, ".tnw")) {
+    const bool graphml = String::endsWith(m_output, ".graphml");
+    if (!graphml && !String::endsWith(m_output, ".tnw")) {
         TW_LOG_ERROR("The output '{}' must end in .graphml or .tnw", m_output);
         return 1;
     }
