@@ -19,7 +19,6 @@
 #include <TarnwickGraph/Algorithms/PruneTerminalPathsAlgorithm.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
 #include <TarnwickLib/ImageAlgorithms/DistanceTransform.h>
-#include <TarnwickLib/ImageAlgorithms/ImageProcessing.h>
 #include <TarnwickLib/ImageAlgorithms/MorphologicalOperationsAlgorithm.h>
 
 #include <Eigen/LU>
@@ -148,17 +147,12 @@ void CenterlineGraphExtractionAlgorithm::compute() {
         return;
     }
 
-    std::shared_ptr<SharedImage> mask = timed("threshold", [&]() -> std::shared_ptr<SharedImage> {
-        if (input->descriptor().pixelType == PixelType::UInt8)
-            return std::make_shared<SharedImage>(input->sharedMem(), input->matrixToWorld());
-        return ImageProcessing::createThresholded(*input, 0.5);
-    });
+    const std::shared_ptr<SharedImage> mask =
+        timed("threshold", [&]() { return CenterlineResampling::binaryMask(*input); });
     if (!mask) {
         TW_LOG_CAT_ERROR(logCategory, "Could not threshold the input image.");
         return;
     }
-    mask->setMatrixToWorld(input->matrixToWorld());
-    mask->setModality(Data::Label);
 
     if (mask->mem()->maxValue() == 0.0) {
         TW_LOG_CAT_WARN(logCategory, "Input label image is empty.");

@@ -59,12 +59,14 @@ std::optional<ImageDescriptorWorld> computeTargetGrid(const ImageDescriptorWorld
     return ImageDescriptorWorld(ImageDescriptor(PixelType::UInt8, dimensions, 1, spacing), matrixToWorld);
 }
 
-std::unique_ptr<SharedImageSet> resampleLabelMap(const SharedImage& labels, const Options& options) {
-    std::shared_ptr<SharedImage> mask;
+std::shared_ptr<SharedImage> binaryMask(const SharedImage& labels) {
     if (labels.descriptor().pixelType == PixelType::UInt8)
-        mask = std::make_shared<SharedImage>(labels.sharedMem(), labels.matrixToWorld(), Data::Label);
-    else
-        mask = ImageProcessing::createThresholded(labels, 0.5);
+        return std::make_shared<SharedImage>(labels.sharedMem(), labels.matrixToWorld(), Data::Label);
+    return ImageProcessing::createThresholded(labels, 0.5);
+}
+
+std::unique_ptr<SharedImageSet> resampleLabelMap(const SharedImage& labels, const Options& options) {
+    const std::shared_ptr<SharedImage> mask = binaryMask(labels);
     if (!mask)
         return nullptr;
 

@@ -23,6 +23,11 @@ struct Options {
     std::optional<int> closeHolesSize = 2; ///< extra margin in voxels on each side when set
 };
 
+/// The foreground of `labels` as a uint8 mask of modality Label in the same frame: an unsigned 8-bit image
+/// shares its voxels (non-zero is foreground), any other is thresholded above 0.5 into a new mask. Null,
+/// with an error logged, when the thresholded copy cannot be made.
+std::shared_ptr<SharedImage> binaryMask(const SharedImage& labels);
+
 /// t = max(s, minVesselDiameter / minPixelResolution), s the largest spacing over x, y, z (over x, y for a
 /// 2-D image). A ratio that is not a positive finite number (minPixelResolution < 1, a negative or NaN
 /// diameter) leaves t = s.
