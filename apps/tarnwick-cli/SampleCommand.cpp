@@ -3,6 +3,7 @@
 #include "VesselPhantom.h"
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickLib/Algorithm/ParameterText.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 #include <TarnwickLib/IO/DataFileIO.h>
 
@@ -10,33 +11,21 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <sstream>
 #include <stdexcept>
 
 namespace Tarnwick::Cli {
 
 namespace {
 
-/// "sx,sy,sz" (or one number for all axes) as a spacing; empty when it is not three positive numbers.
+/// "sx,sy,sz" (or one number for all axes) as a spacing; empty when it is neither.
 std::optional<Eigen::Vector3d> parseSpacing(const std::string& text) {
-    std::vector<double> values;
-    std::stringstream stream(text);
-    std::string item;
-    while (std::getline(stream, item, ',')) {
-        try {
-            std::size_t used = 0;
-            values.push_back(std::stod(item, &used));
-            if (used != item.size())
-                return std::nullopt;
-        } catch (const std::exception&) {
-            return std::nullopt;
-        }
-    }
-    if (values.size() == 1)
-        values.assign(3, values.front());
-    if (values.size() != 3)
-        return std::nullopt;
-    return Eigen::Vector3d(values[0], values[1], values[2]);
+    double all = 0.0;
+    if (!ParameterText::parse(text, all))
+        return Eigen::Vector3d::Constant(all);
+    Eigen::Vector3d spacing;
+    if (!ParameterText::parse(text, spacing))
+        return spacing;
+    return std::nullopt;
 }
 
 } // namespace
