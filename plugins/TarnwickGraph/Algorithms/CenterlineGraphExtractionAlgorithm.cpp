@@ -26,6 +26,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <type_traits>
 #include <utility>
 
 namespace Tarnwick {
@@ -77,12 +78,6 @@ CenterlineGraphExtractionAlgorithm::RawGraph rawGraphOf(const TypedImage<T>& ima
         for (const auto& [index, neighbours] : nodes)
             raw.emplace_hint(raw.end(), index, std::map<int, int>(neighbours.begin(), neighbours.end()));
     return raw;
-}
-
-template <typename T>
-CenterlineGraphExtractionAlgorithm::RawGraph rawGraphOfNonZero(const SharedImage& image, bool parallel) {
-    return rawGraphOf(
-        *image.typed<T>(), [](T value) { return value != T(0); }, parallel);
 }
 
 } // namespace
@@ -301,27 +296,17 @@ CenterlineGraphExtractionAlgorithm::skeletonAsRawGraph(const SharedImage& skelet
         static_cast<double>(descriptor.dimensions.x()) * descriptor.dimensions.y() * descriptor.dimensions.z();
     if (descriptor.channels != 1 || voxels >= 2147483648.0)
         return {};
-    switch (descriptor.pixelType) {
-    case PixelType::UInt8:
-        return rawGraphOfNonZero<std::uint8_t>(skeleton, parallel);
-    case PixelType::UInt16:
-        return rawGraphOfNonZero<std::uint16_t>(skeleton, parallel);
-    case PixelType::Float:
-        return rawGraphOf(
-            *skeleton.typed<float>(), [](float value) { return value > 0.5f; }, parallel);
-    case PixelType::Double:
-        return rawGraphOf(
-            *skeleton.typed<double>(), [](double value) { return value > 0.5; }, parallel);
-    case PixelType::Int8:
-        return rawGraphOfNonZero<std::int8_t>(skeleton, parallel);
-    case PixelType::Int16:
-        return rawGraphOfNonZero<std::int16_t>(skeleton, parallel);
-    case PixelType::Int32:
-        return rawGraphOfNonZero<std::int32_t>(skeleton, parallel);
-    case PixelType::UInt32:
-        return rawGraphOfNonZero<std::uint32_t>(skeleton, parallel);
-    }
-    return {};
+    return dispatchPixelType(descriptor.pixelType, [&](auto tag) {
+        using T = typename decltype(tag)::type;
+        // Floating-point skeletons count values above 0.5, integer ones any non-zero value.
+        const auto isForeground = [](T value) {
+            if constexpr (std::is_floating_point_v<T>)
+                return value > T(0.5);
+            else
+                return value != T(0);
+        };
+        return rawGraphOf(*skeleton.typed<T>(), isForeground, parallel);
+    });
 }
 
 std::unique_ptr<Graph> CenterlineGraphExtractionAlgorithm::rawSkeletonGraphToGraph(const RawGraph& raw,
