@@ -143,6 +143,11 @@ TEST(ImageFileErrors, CorruptHeadersAreRefused) {
         {"dims.mha",
          "ObjectType = Image\nNDims = 3\nDimSize = 4 -3 2\nElementType = MET_UCHAR\nElementDataFile = LOCAL\n" + data,
          "Corrupt image header"},
+        // The reader would read that many values for every array field.
+        {"rank.mha",
+         "ObjectType = Image\nNDims = 2000000000\nDimSize = 4 3 2\nElementType = MET_UCHAR\nElementDataFile = LOCAL\n" +
+             data,
+         "NDims = 2000000000"},
         {"huge.nrrd",
          "NRRD0004\ntype: double\ndimension: 3\nsizes: 200000 200000 200000\nendian: little\nencoding: raw\n\n12345678",
          "more than this machine's memory"},
