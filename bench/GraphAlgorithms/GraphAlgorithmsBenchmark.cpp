@@ -3,7 +3,7 @@
 // 100,000-edge tree inside a 384^3 label map, reported per edge, and partitioning and pruning (global
 // threshold and distance based) of a 1,000,000-point tree with skeleton-like spurs. Scenes are built
 // once, outside the timed regions.
-#include "CenterlineTreeGenerator.h"
+#include "CenterlineTreeGraph.h"
 
 #include <TarnwickGraph/Algorithms/DiameterEstimation.h>
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
@@ -24,16 +24,6 @@ namespace {
 
 const Eigen::Vector3i volume(384, 384, 384);
 
-std::unique_ptr<Graph> toGraph(const Bench::CenterlineTree& tree) {
-    auto graph = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
-    for (std::size_t i = 0; i < tree.points.size(); ++i) {
-        graph->addNode(Graph::NodeInfo(tree.points[i], {}));
-        if (tree.parent[i] >= 0)
-            graph->addEdge(static_cast<unsigned long>(tree.parent[i]) + 1, i + 1, {});
-    }
-    return graph;
-}
-
 /// An image of the volume placed so that world coordinates equal voxel coordinates.
 template <typename T>
 std::shared_ptr<SharedImage> volumeImage(const std::vector<T>& values) {
@@ -53,7 +43,7 @@ template <typename Rasterize>
 Scene makeScene(Bench::CenterlineTreeOptions options, Rasterize rasterize) {
     options.dims = volume;
     const Bench::CenterlineTree tree = Bench::generateCenterlineTree(options);
-    return Scene{toGraph(tree), volumeImage(rasterize(tree, volume))};
+    return Scene{Bench::centerlineTreeGraph(tree), volumeImage(rasterize(tree, volume))};
 }
 
 /// A 100,000-edge tree and its label mask.

@@ -2,7 +2,7 @@
 // heat-kernel and neighbour-average smoothing and the minimum spanning tree on 1,000,000 nodes, and
 // the distance-weighted curve shortening on 100,000 nodes inside the tree's own distance map.
 
-#include <CenterlineTreeGenerator.h>
+#include <CenterlineTreeGraph.h>
 
 #include <TarnwickGraph/Algorithms/DistanceWeightedCurveShortening.h>
 #include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
@@ -13,32 +13,10 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
-#include <random>
 
 using namespace Tarnwick;
 
 namespace {
-
-/// The tree as an undirected graph (node i + 1 at point i, jittered by up to `jitter` voxels per axis
-/// to imitate a staircase skeleton), plus `chords` extra edges between points 5 to 40 steps apart along
-/// the generation order, which close cycles.
-std::unique_ptr<Graph> treeGraph(const Bench::CenterlineTree& tree, double jitter, std::size_t chords) {
-    std::mt19937 random(17);
-    std::uniform_real_distribution<double> offset(-jitter, jitter);
-    auto graph = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
-    for (const Eigen::Vector3d& p : tree.points)
-        graph->addNode(Graph::NodeInfo(p + Eigen::Vector3d(offset(random), offset(random), offset(random)), {}));
-    for (std::size_t i = 0; i < tree.points.size(); ++i)
-        if (tree.parent[i] >= 0)
-            graph->addEdge(static_cast<unsigned long>(tree.parent[i]) + 1, i + 1, Graph::EdgeInfo{});
-    std::uniform_int_distribution<std::size_t> node(0, tree.points.size() - 41);
-    std::uniform_int_distribution<std::size_t> step(5, 40);
-    for (std::size_t c = 0; c < chords; ++c) {
-        const std::size_t a = node(random);
-        graph->addEdge(a + 1, a + step(random) + 1, Graph::EdgeInfo{});
-    }
-    return graph;
-}
 
 Bench::CenterlineTree makeTree(std::size_t points, const Eigen::Vector3i& dims) {
     Bench::CenterlineTreeOptions options;
@@ -53,7 +31,7 @@ const Bench::CenterlineTree& millionTree() {
 }
 
 void BM_HeatKernelSmoothing(benchmark::State& state) {
-    const auto original = treeGraph(millionTree(), 0.5, 0);
+    const auto original = Bench::centerlineTreeGraph(millionTree(), 0.5, 0);
     for (auto _ : state) {
         state.PauseTiming();
         auto graph = original->clone();
@@ -66,7 +44,7 @@ void BM_HeatKernelSmoothing(benchmark::State& state) {
 BENCHMARK(BM_HeatKernelSmoothing)->Unit(benchmark::kSecond)->Iterations(3)->MeasureProcessCPUTime();
 
 void BM_NeighborhoodSmoothing(benchmark::State& state) {
-    auto graph = treeGraph(millionTree(), 0.5, 0);
+    auto graph = Bench::centerlineTreeGraph(millionTree(), 0.5, 0);
     for (auto _ : state)
         GraphSmoothingAlgorithm::neighborhoodSmoothing(*graph, 2.0, true);
     state.counters["nodes"] = static_cast<double>(graph->numNodes());
@@ -74,7 +52,7 @@ void BM_NeighborhoodSmoothing(benchmark::State& state) {
 BENCHMARK(BM_NeighborhoodSmoothing)->Unit(benchmark::kMillisecond)->Iterations(3)->MeasureProcessCPUTime();
 
 void BM_MinimumSpanningTree(benchmark::State& state) {
-    const auto graph = treeGraph(millionTree(), 0.0, 10000);
+    const auto graph = Bench::centerlineTreeGraph(millionTree(), 0.0, 10000);
     for (auto _ : state) {
         MinimumSpanningTreeAlgorithm algorithm(*graph, nullptr);
         algorithm.pruneBySegment = state.range(0) != 0;
@@ -91,7 +69,7 @@ BENCHMARK(BM_MinimumSpanningTree)->Arg(0)->Arg(1)->Unit(benchmark::kSecond)->Ite
 void BM_CurveShortening(benchmark::State& state) {
     const Eigen::Vector3i dims(256, 256, 256);
     const Bench::CenterlineTree tree = makeTree(100000, dims);
-    const auto original = treeGraph(tree, 0.5, 0);
+    const auto original = Bench::centerlineTreeGraph(tree, 0.5, 0);
     const std::vector<float> distances = Bench::centerlineTreeDistanceMap(tree, dims);
     auto values = TypedImage<float>::create(ImageDescriptor(PixelType::Float, dims, 1));
     std::copy(distances.begin(), distances.end(), values->pointer());
