@@ -246,34 +246,42 @@ bool CenterlineGraphExtractionAlgorithm::extract(const SharedImage& mask) {
     }
 
     std::unique_ptr<SharedImageSet> distance = timed("distance", [&]() {
-        std::unique_ptr<SharedImage> chamfer = DistanceTransform::computeChamfer(*resampled->get(0), true, true, false);
         auto set = std::make_unique<SharedImageSet>();
-        if (chamfer) {
-            chamfer->setMatrixToWorld(resampled->get(0)->matrixToWorld());
-            set->add(std::shared_ptr<SharedImage>(std::move(chamfer)));
-        }
+        if (std::unique_ptr<SharedImage> chamfer =
+                DistanceTransform::computeChamfer(*resampled->get(0), true, true, false))
+            set->add(std::shared_ptr<SharedImage>(std::move(chamfer))); // in the mask's frame
         return set;
     });
 
-    timed("prune", [&]() {
+    // Pruning and smoothing log their own reasons; a failure of either stops the run.
+    const bool pruned = timed("prune", [&]() {
         PruneTerminalPathsAlgorithm prune(*m_result, distance.get());
         prune.sensitivity = prunePathsSensitivity.value();
         prune.inPlace = true;
         prune.compute();
-        return prune.status();
+        return prune.status() == Success;
     });
+    if (!pruned) {
+        TW_LOG_CAT_ERROR(logCategory, "Pruning failed.");
+        return false;
+    }
 
-    if (graphSmoothing.value() > 0.0)
-        timed("smooth", [&]() {
+    if (graphSmoothing.value() > 0.0) {
+        const bool smoothed = timed("smooth", [&]() {
             GraphSmoothingAlgorithm smoothing(*m_result, nullptr);
             smoothing.mode = GraphSmoothingAlgorithm::LaplacianHeatKernel;
             smoothing.smoothingStrength = graphSmoothing.value();
             smoothing.compute();
             smoothing.mode = GraphSmoothingAlgorithm::NeighborhoodWeightedAverage;
-            for (int pass = 0; pass < 5; ++pass)
+            for (int pass = 0; pass < 5 && smoothing.status() == Success; ++pass)
                 smoothing.compute();
-            return smoothing.status();
+            return smoothing.status() == Success;
         });
+        if (!smoothed) {
+            TW_LOG_CAT_ERROR(logCategory, "Smoothing failed.");
+            return false;
+        }
+    }
 
     if (removeCycles.value()) {
         std::unique_ptr<Graph> tree = timed("remove cycles", [&]() {
