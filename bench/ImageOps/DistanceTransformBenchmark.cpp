@@ -15,13 +15,11 @@ void BM_DistanceTransform(benchmark::State& state) {
     auto distances = Tarnwick::Bench::touchedBuffer<float>(mask.size());
     Tarnwick::ImageOps::DistanceTransformOptions options;
     options.signedDistance = state.range(1) != 0;
-    const double cpuStart = Tarnwick::Bench::processCpuSeconds();
     for (auto _ : state) {
         const bool ok = Tarnwick::ImageOps::distanceTransform(mask.data(), Eigen::Vector3i::Constant(size),
                                                               {0.5, 0.5, 0.8}, options, distances.data());
         benchmark::DoNotOptimize(ok);
     }
-    Tarnwick::Bench::reportProcessCpu(state, cpuStart);
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(mask.size()));
 }
 
@@ -31,6 +29,7 @@ BENCHMARK(BM_DistanceTransform)
     ->Args({384, 0})
     ->Args({384, 1})
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 } // namespace

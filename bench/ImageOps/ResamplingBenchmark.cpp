@@ -22,12 +22,10 @@ void BM_Resampling(benchmark::State& state) {
                                 Eigen::AngleAxisd(0.1745, Eigen::Vector3d(1, 1, 1).normalized()) *
                                 Eigen::Scaling(1.05) * Eigen::Translation3d(-centre);
     const Eigen::Vector3i dims = Eigen::Vector3i::Constant(size);
-    const double cpuStart = Tarnwick::Bench::processCpuSeconds();
     for (auto _ : state) {
         const bool ok = Tarnwick::ImageOps::resample(mask.data(), dims, 1, dims, map.matrix(), {mode}, target.data());
         benchmark::DoNotOptimize(ok);
     }
-    Tarnwick::Bench::reportProcessCpu(state, cpuStart);
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(mask.size()));
 }
 
@@ -36,6 +34,7 @@ BENCHMARK(BM_Resampling)
     ->Args({384, 0})
     ->Args({384, 1})
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 } // namespace

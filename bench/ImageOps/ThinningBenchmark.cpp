@@ -12,15 +12,19 @@ void BM_Thinning(benchmark::State& state) {
     const int size = static_cast<int>(state.range(0));
     const auto& mask = Tarnwick::Bench::cachedVesselMask(size);
     auto skeleton = Tarnwick::Bench::touchedBuffer<std::uint8_t>(mask.size());
-    const double cpuStart = Tarnwick::Bench::processCpuSeconds();
     for (auto _ : state) {
         const bool ok = Tarnwick::ImageOps::thin(mask.data(), Eigen::Vector3i::Constant(size), skeleton.data());
         benchmark::DoNotOptimize(ok);
     }
-    Tarnwick::Bench::reportProcessCpu(state, cpuStart);
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(mask.size()));
 }
 
-BENCHMARK(BM_Thinning)->Arg(128)->Arg(256)->Arg(384)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Thinning)
+    ->Arg(128)
+    ->Arg(256)
+    ->Arg(384)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 } // namespace
