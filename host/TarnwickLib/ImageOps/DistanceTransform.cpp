@@ -45,7 +45,7 @@ std::unique_ptr<TypedImage<float>> distanceTransform(const TypedImage<unsigned c
         TW_LOG_ERROR("distanceTransform: expected a single-channel mask, got {} channels", mask.channels());
         return nullptr;
     }
-    auto distances = TypedImage<float>::create(mask.descriptor());
+    auto distances = TypedImage<float>::uninitialized(mask.descriptor());
     if (!distanceTransform(mask.pointer(), mask.dimensions(), mask.spacing(), options, distances->pointer()))
         return nullptr;
     return distances;

@@ -85,7 +85,7 @@ std::unique_ptr<TypedImage<unsigned char>> morphology(const TypedImage<unsigned 
         TW_LOG_ERROR("morphology: expected a single-channel mask, got {} channels", mask.channels());
         return nullptr;
     }
-    auto result = TypedImage<unsigned char>::create(mask.descriptor());
+    auto result = TypedImage<unsigned char>::uninitialized(mask.descriptor());
     if (!morphology(mask.pointer(), mask.dimensions(), options, result->pointer()))
         return nullptr;
     return result;

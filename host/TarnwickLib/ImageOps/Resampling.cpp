@@ -212,11 +212,15 @@ std::unique_ptr<MemImage> resample(const MemImage& source, const Eigen::Vector3i
         return nullptr;
     try {
         const ImageDescriptor descriptor(source.pixelType(), targetDims, source.channels(), targetSpacing);
-        std::unique_ptr<MemImage> target = MemImage::create(descriptor);
+        std::unique_ptr<MemImage> target;
         const bool ok = dispatchPixelType(source.pixelType(), [&](auto tag) {
             using T = typename decltype(tag)::type;
+            // Every target value is written.
+            auto typed = TypedImage<T>::uninitialized(descriptor);
+            T* values = typed->pointer();
+            target = std::move(typed);
             return resample(static_cast<const T*>(source.data()), source.dimensions(), source.channels(), targetDims,
-                            targetToSource, options, static_cast<T*>(target->data()));
+                            targetToSource, options, values);
         });
         return ok ? std::move(target) : nullptr;
     } catch (const std::bad_alloc&) {

@@ -347,7 +347,7 @@ std::unique_ptr<TypedImage<unsigned char>> thin(const TypedImage<unsigned char>&
         TW_LOG_ERROR("thin: expected a single-channel mask, got {} channels", mask.channels());
         return nullptr;
     }
-    auto skeleton = TypedImage<unsigned char>::create(mask.descriptor());
+    auto skeleton = TypedImage<unsigned char>::uninitialized(mask.descriptor());
     if (!thin(mask.pointer(), mask.dimensions(), skeleton->pointer()))
         return nullptr;
     return skeleton;

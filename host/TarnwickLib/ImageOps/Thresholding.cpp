@@ -25,7 +25,7 @@ bool threshold(const T* values, std::size_t count, double level, std::uint8_t* m
 }
 
 std::unique_ptr<TypedImage<unsigned char>> threshold(const MemImage& image, double level) {
-    auto mask = TypedImage<unsigned char>::create(image.descriptor());
+    auto mask = TypedImage<unsigned char>::uninitialized(image.descriptor());
     const std::size_t count = image.descriptor().numValues();
     const bool ok = dispatchPixelType(image.pixelType(), [&](auto tag) {
         using T = typename decltype(tag)::type;
