@@ -146,7 +146,7 @@ bool tiffSupports(PixelType type) {
 std::string itkMessage(const itk::ExceptionObject& e) {
     std::string text = e.GetDescription();
     for (const char* prefix : {"itk::ERROR: ", "ITK ERROR: "}) {
-        if (text.rfind(prefix, 0) == 0) {
+        if (String::startsWith(text, prefix)) {
             const std::size_t end = text.find("): ");
             text = text.substr(end == std::string::npos ? std::strlen(prefix) : end + 3);
         }
