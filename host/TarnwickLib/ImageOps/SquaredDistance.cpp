@@ -96,7 +96,6 @@ public:
     void alongLines(int axis, bool lastPass);
 
 private:
-    bool mostlyTargets() const;
     bool isSource(std::uint8_t maskValue) const { return (maskValue != 0) == m_sourceValue; }
     // Whether any of the eight mask bytes at `bytes` is a non-source.
     bool anyTarget(const std::uint8_t* bytes) const {
@@ -110,13 +109,15 @@ private:
     const SquaredDistanceOptions& m_options;
     float* m_values;
     int m_threads;
+    std::int64_t m_sources = 0; // counted by alongX()
 };
 
 void SeparableTransform::alongX() {
     const int nx = m_dims.x();
     const int rows = m_dims.y() * m_dims.z();
     const double step = m_options.spacing.x();
-#pragma omp parallel num_threads(m_threads)
+    std::int64_t sources = 0;
+#pragma omp parallel num_threads(m_threads) reduction(+ : sources)
     {
         std::vector<int> distance(static_cast<std::size_t>(nx));
 #pragma omp for schedule(static)
@@ -128,6 +129,7 @@ void SeparableTransform::alongX() {
                 x += 8;
             if (x + 8 > nx && std::all_of(mask + x, mask + nx, [this](std::uint8_t v) { return isSource(v); })) {
                 std::fill(m_values + start, m_values + start + nx, 0.0f); // sources only
+                sources += nx;
                 continue;
             }
             float* values = m_values + start;
@@ -135,9 +137,11 @@ void SeparableTransform::alongX() {
                 mask, nx, m_sourceValue, m_options.outsideIsSource, distance.data(), [&](int x, int d) {
                     const double length = d >= RowScan::kNoSource ? kInfinity : static_cast<double>(d) * step;
                     values[x] = static_cast<float>(length * length);
+                    sources += d == 0;
                 });
         }
     }
+    m_sources = sources;
 }
 
 void SeparableTransform::alongLines(int axis, bool lastPass) {
@@ -155,7 +159,7 @@ void SeparableTransform::alongLines(int axis, bool lastPass) {
     // Along z, consecutive voxels of a line lie a whole plane apart. When most voxels are targets, the
     // runs are long and such strided access thrashes caches and page tables, so the xz slab is then
     // copied to contiguous memory first.
-    const bool copySlabs = axis == 2 && mostlyTargets();
+    const bool copySlabs = axis == 2 && 2 * m_sources < static_cast<std::int64_t>(voxelCount(m_dims));
 #pragma omp parallel num_threads(m_threads)
     {
         RunEnvelope envelope(n);
@@ -210,15 +214,6 @@ void SeparableTransform::alongLines(int axis, bool lastPass) {
             }
         }
     }
-}
-
-bool SeparableTransform::mostlyTargets() const {
-    const std::int64_t count = static_cast<std::int64_t>(voxelCount(m_dims));
-    std::int64_t sources = 0;
-#pragma omp parallel for schedule(static) reduction(+ : sources) num_threads(m_threads)
-    for (std::int64_t i = 0; i < count; ++i)
-        sources += (m_mask[i] != 0) == m_sourceValue;
-    return 2 * sources < count;
 }
 
 } // namespace
