@@ -89,7 +89,7 @@ VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_sta
         m_matrixToWorld.topRightCorner<3, 1>() = Eigen::Vector3d(37.5, -12.25, options.twoD ? 0.0 : 80.0);
     }
 
-    const double voxel = options.twoD ? spacing.head<2>().maxCoeff() : spacing.maxCoeff();
+    m_voxel = options.twoD ? spacing.head<2>().maxCoeff() : spacing.maxCoeff();
     const Eigen::Vector3d half = m_descriptor.extent() / 2.0;
     Eigen::Vector3d start(0.0, uniform(-0.2, 0.2) * half.y(), options.twoD ? 0.0 : uniform(-0.2, 0.2) * half.z());
     // The root runs along the longest axis (the first of equals), from near its negative face.
@@ -97,8 +97,8 @@ VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_sta
     for (int a = 1; a < (options.twoD ? 2 : 3); ++a)
         if (half[a] > half[axis])
             axis = a;
-    start[axis] = -half[axis] + options.maxRadiusVoxels * voxel + 2 * voxel;
-    grow(start, Eigen::Vector3d::Unit(axis), options.maxRadiusVoxels * voxel, -1, 0);
+    start[axis] = -half[axis] + options.maxRadiusVoxels * m_voxel + 2 * m_voxel;
+    grow(start, Eigen::Vector3d::Unit(axis), options.maxRadiusVoxels * m_voxel, -1, 0);
     if (options.loops)
         addLoops();
 }
@@ -108,22 +108,20 @@ double VesselPhantom::uniform(double low, double high) {
 }
 
 bool VesselPhantom::inside(const Eigen::Vector3d& point, double radius) const {
-    const double voxel = m_descriptor.spacing.head(m_options.twoD ? 2 : 3).maxCoeff();
     const Eigen::Vector3d half = m_descriptor.extent() / 2.0;
     for (int axis = 0; axis < (m_options.twoD ? 2 : 3); ++axis)
-        if (std::abs(point[axis]) > half[axis] - radius - 3 * voxel)
+        if (std::abs(point[axis]) > half[axis] - radius - 3 * m_voxel)
             return false;
     return true;
 }
 
 bool VesselPhantom::isClear(const Eigen::Vector3d& point, double radius, int ignoreA, int ignoreB) const {
-    const double voxel = m_descriptor.spacing.head(m_options.twoD ? 2 : 3).maxCoeff();
     for (std::size_t i = 0; i < m_segments.size(); ++i) {
         const int vessel = m_segmentVessel[i];
         if (vessel == ignoreA || vessel == ignoreB)
             continue;
         const Segment& segment = m_segments[i];
-        if (distanceToSegment(point, segment.a, segment.b) < radius + segment.radius + 3 * voxel)
+        if (distanceToSegment(point, segment.a, segment.b) < radius + segment.radius + 3 * m_voxel)
             return false;
     }
     return true;
@@ -131,14 +129,13 @@ bool VesselPhantom::isClear(const Eigen::Vector3d& point, double radius, int ign
 
 void VesselPhantom::grow(const Eigen::Vector3d& start, const Eigen::Vector3d& direction, double radius, int parent,
                          int depth) {
-    const double voxel = m_descriptor.spacing.head(m_options.twoD ? 2 : 3).maxCoeff();
-    const double step = 1.5 * voxel;
+    const double step = 1.5 * m_voxel;
     const double parentRadius = parent >= 0 ? m_vessels[parent].radius : radius;
-    const double wanted = uniform(4.0, 6.0) * radius + 6 * voxel;
+    const double wanted = uniform(4.0, 6.0) * radius + 6 * m_voxel;
     // Side branches must outlast pruning (terminal paths shorter than the local radius go); the root stays.
-    const double needed = parent >= 0 ? 1.5 * parentRadius + 4 * voxel : 0.0;
+    const double needed = parent >= 0 ? 1.5 * parentRadius + 4 * m_voxel : 0.0;
     // Vessels that share the junction may come close within this distance of it.
-    const double junctionZone = 2.0 * (parentRadius + radius) + 4 * voxel;
+    const double junctionZone = 2.0 * (parentRadius + radius) + 4 * m_voxel;
 
     // The parent's other child, already grown when this is the second one.
     int sibling = -1;
@@ -185,7 +182,7 @@ void VesselPhantom::grow(const Eigen::Vector3d& start, const Eigen::Vector3d& di
         axis = heading.unitOrthogonal();
     for (int child = 0; child < 2; ++child) {
         const double childRadius = radius * (child == 0 ? uniform(0.7, 0.85) : uniform(0.6, 0.8));
-        if (childRadius < m_options.minRadiusVoxels * voxel)
+        if (childRadius < m_options.minRadiusVoxels * m_voxel)
             continue;
         const double angle = (child == 0 ? 1.0 : -1.0) * uniform(0.55, 0.85);
         grow(end, Eigen::AngleAxisd(angle, axis.normalized()) * heading, childRadius, index, depth + 1);
@@ -193,7 +190,6 @@ void VesselPhantom::grow(const Eigen::Vector3d& start, const Eigen::Vector3d& di
 }
 
 void VesselPhantom::addLoops() {
-    const double voxel = m_descriptor.spacing.head(m_options.twoD ? 2 : 3).maxCoeff();
     std::vector<int> leaves;
     for (int i = 0; i < static_cast<int>(m_vessels.size()); ++i)
         if (std::none_of(m_vessels.begin(), m_vessels.end(), [&](const Vessel& v) { return v.parent == i; }))
@@ -203,7 +199,7 @@ void VesselPhantom::addLoops() {
     for (std::size_t i = 0; i < leaves.size(); ++i)
         for (std::size_t j = i + 1; j < leaves.size(); ++j) {
             const double distance = (m_vessels[leaves[i]].points.back() - m_vessels[leaves[j]].points.back()).norm();
-            if (distance > 8 * voxel)
+            if (distance > 8 * m_voxel)
                 candidates.push_back({distance, {leaves[i], leaves[j]}});
         }
     std::sort(candidates.begin(), candidates.end());
@@ -216,9 +212,9 @@ void VesselPhantom::addLoops() {
         if (used[a] || used[b])
             continue;
         // A smooth curve that leaves each leaf along its own heading, so the joins have no kink.
-        const std::vector<Eigen::Vector3d> curve = bridgeCurve(m_vessels[a].points, m_vessels[b].points, voxel);
+        const std::vector<Eigen::Vector3d> curve = bridgeCurve(m_vessels[a].points, m_vessels[b].points, m_voxel);
         const double radius = std::min(m_vessels[a].radius, m_vessels[b].radius);
-        const double zone = 2.0 * (m_vessels[a].radius + m_vessels[b].radius) + 4 * voxel;
+        const double zone = 2.0 * (m_vessels[a].radius + m_vessels[b].radius) + 4 * m_voxel;
         bool clear = true;
         for (std::size_t s = 1; s + 1 < curve.size() && clear; ++s) {
             const int ignore = (curve[s] - curve.front()).norm() < zone  ? a
@@ -249,7 +245,6 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
     const Eigen::Vector3d spacing = m_descriptor.spacing;
     const Eigen::Vector3d centre = (m_descriptor.dimensions.cast<double>().array() - 1.0) / 2.0;
     const Eigen::Vector3i dims = m_descriptor.dimensions;
-    const double voxel = spacing.head(m_options.twoD ? 2 : 3).maxCoeff();
 
     // Smooth surface noise: three plane waves of about four voxels wavelength with seeded directions.
     std::uint64_t state = m_options.seed * 7919ULL + 3;
@@ -258,7 +253,7 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
     double phases[3];
     for (int w = 0; w < 3; ++w) {
         waves[w] = Eigen::Vector3d(next() - 0.5, next() - 0.5, m_options.twoD ? 0.0 : next() - 0.5).normalized() *
-                   (2 * pi / (4 * voxel));
+                   (2 * pi / (4 * m_voxel));
         phases[w] = next() * 2 * pi;
     }
     auto surface = [&](const Eigen::Vector3d& p) {
@@ -270,7 +265,7 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
 
     std::uint8_t* values = image->pointer();
     for (const Segment& segment : m_segments) {
-        const double reach = segment.radius * (1.0 + m_options.noise) + voxel;
+        const double reach = segment.radius * (1.0 + m_options.noise) + m_voxel;
         Eigen::Vector3i low, high;
         for (int axis = 0; axis < 3; ++axis) {
             const double lo = std::min(segment.a[axis], segment.b[axis]) - reach;
@@ -290,7 +285,7 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
 
     if (m_options.holes)
         for (const Segment& segment : m_segments) {
-            if (segment.radius < 3 * voxel || next() > 0.3)
+            if (segment.radius < 3 * m_voxel || next() > 0.3)
                 continue;
             // A single empty voxel a third of the radius off the axis, which hole closing fills.
             Eigen::Vector3d offset(next() - 0.5, next() - 0.5, m_options.twoD ? 0.0 : next() - 0.5);
@@ -304,7 +299,6 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
 
 VesselPhantom::Centerlines VesselPhantom::truth() const {
     Centerlines truth;
-    const double voxel = m_descriptor.spacing.head(m_options.twoD ? 2 : 3).maxCoeff();
     const Eigen::Matrix3d rotation = m_matrixToWorld.topLeftCorner<3, 3>();
     const Eigen::Vector3d translation = m_matrixToWorld.topRightCorner<3, 1>();
 
@@ -327,7 +321,7 @@ VesselPhantom::Centerlines VesselPhantom::truth() const {
         int previous = pointAt(vessel.points.front(), true);
         for (std::size_t i = 1; i < vessel.points.size(); ++i) {
             const Eigen::Vector3d a = vessel.points[i - 1], b = vessel.points[i];
-            const int pieces = std::max(1, static_cast<int>(std::ceil((b - a).norm() / (0.5 * voxel))));
+            const int pieces = std::max(1, static_cast<int>(std::ceil((b - a).norm() / (0.5 * m_voxel))));
             for (int piece = 1; piece <= pieces; ++piece) {
                 const bool last = i + 1 == vessel.points.size() && piece == pieces;
                 const int current = pointAt(a + (b - a) * (double(piece) / pieces), last);

@@ -82,6 +82,8 @@ private:
 
     Options m_options;
     ImageDescriptor m_descriptor;
+    /// The largest spacing (in-plane for 2-D): the unit of radii and clearances.
+    double m_voxel = 0.0;
     Eigen::Matrix4d m_matrixToWorld = Eigen::Matrix4d::Identity();
     std::vector<Vessel> m_vessels;
     std::vector<Segment> m_segments;
