@@ -253,35 +253,26 @@ bool CenterlineGraphExtractionAlgorithm::extract(const SharedImage& mask) {
         return set;
     });
 
-    // Pruning and smoothing log their own reasons; a failure of either stops the run.
-    const bool pruned = timed("prune", [&]() {
+    // Pruning and smoothing log their own reasons; the run goes on with the graph as they left it.
+    timed("prune", [&]() {
         PruneTerminalPathsAlgorithm prune(*m_result, distance.get());
         prune.sensitivity = prunePathsSensitivity.value();
         prune.inPlace = true;
         prune.compute();
-        return prune.status() == Success;
+        return prune.status();
     });
-    if (!pruned) {
-        TW_LOG_CAT_ERROR(logCategory, "Pruning failed.");
-        return false;
-    }
 
-    if (graphSmoothing.value() > 0.0) {
-        const bool smoothed = timed("smooth", [&]() {
+    if (graphSmoothing.value() > 0.0)
+        timed("smooth", [&]() {
             GraphSmoothingAlgorithm smoothing(*m_result, nullptr);
             smoothing.mode = GraphSmoothingAlgorithm::LaplacianHeatKernel;
             smoothing.smoothingStrength = graphSmoothing.value();
             smoothing.compute();
             smoothing.mode = GraphSmoothingAlgorithm::NeighborhoodWeightedAverage;
-            for (int pass = 0; pass < 5 && smoothing.status() == Success; ++pass)
+            for (int pass = 0; pass < 5; ++pass)
                 smoothing.compute();
-            return smoothing.status() == Success;
+            return smoothing.status();
         });
-        if (!smoothed) {
-            TW_LOG_CAT_ERROR(logCategory, "Smoothing failed.");
-            return false;
-        }
-    }
 
     if (removeCycles.value()) {
         std::unique_ptr<Graph> tree = timed("remove cycles", [&]() {

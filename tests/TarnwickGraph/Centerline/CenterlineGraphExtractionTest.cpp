@@ -9,7 +9,6 @@
 #include <omp.h>
 
 #include <cmath>
-#include <limits>
 
 namespace Tarnwick {
 namespace {
@@ -99,14 +98,6 @@ TEST(CenterlineGraphExtraction, FailuresLogTheirMessageAndKeepTheErrorStatus) {
     EXPECT_EQ(graph->numNodes(), 0u);
     EXPECT_EQ(graph->dimension(), Graph::Dim2D);
     EXPECT_TRUE(onZeros.takeOutput().empty());
-
-    // A stage that refuses its input stops the run instead of passing the graph on unsmoothed.
-    SharedImageSet tube(straightTube<std::uint8_t>(1, 4, Eigen::Matrix4d::Identity()));
-    Algo unbounded(tube);
-    unbounded.graphSmoothing = std::numeric_limits<double>::infinity();
-    unbounded.compute();
-    EXPECT_EQ(unbounded.status(), Algorithm::Error);
-    EXPECT_TRUE(log.contains("Smoothing failed.", Log::Error));
 }
 
 TEST(CenterlineGraphExtraction, FloatMasksAreThresholdedAtOneHalfAndBytesUsedAsTheyAre) {
