@@ -8,10 +8,9 @@
 namespace Tarnwick::ImageOps {
 
 BitVolume::BitVolume(const Eigen::Vector3i& dims) : m_dims(dims) {
-    const std::int64_t rowWords = (static_cast<std::int64_t>(dims.x()) + 2 + 63) / 64;
-    m_strideY = rowWords * 64;
-    m_strideZ = m_strideY * (dims.y() + 2);
-    m_words.assign(static_cast<std::size_t>(rowWords * (dims.y() + 2) * (dims.z() + 2) + 1), 0);
+    m_strideY = (static_cast<std::int64_t>(dims.x()) + 2 + 63) / 64 * 64;
+    m_strideZ = m_strideY * (static_cast<std::int64_t>(dims.y()) + 2);
+    m_words.assign(static_cast<std::size_t>(paddedBits(dims) / 64 + 1), 0);
 }
 
 void BitVolume::setFromMask(const std::uint8_t* mask) {

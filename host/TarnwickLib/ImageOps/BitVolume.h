@@ -21,6 +21,12 @@ public:
     /// An all-zero volume for unpadded dimensions `dims` (each at least 1).
     explicit BitVolume(const Eigen::Vector3i& dims);
 
+    /// Bits of the padded volume for `dims`: the largest voxel index is below this.
+    static std::uint64_t paddedBits(const Eigen::Vector3i& dims) {
+        const std::uint64_t rowBits = (static_cast<std::uint64_t>(dims.x()) + 2 + 63) / 64 * 64;
+        return rowBits * (static_cast<std::uint64_t>(dims.y()) + 2) * (static_cast<std::uint64_t>(dims.z()) + 2);
+    }
+
     /// Sets the bit of every non-zero voxel of `mask` (dims.prod() bytes, x fastest); parallel over z.
     void setFromMask(const std::uint8_t* mask);
     /// Writes every voxel as 0 or 1 into `out` (dims.prod() bytes, x fastest); parallel over z.

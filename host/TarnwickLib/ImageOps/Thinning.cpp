@@ -49,10 +49,7 @@ constexpr Entry kRemoved = Entry(1) << 29;
 
 // Whether every voxel index of the padded bit volume fits into an entry.
 bool fitsEntries(const Eigen::Vector3i& dims) {
-    const std::uint64_t rowBits = (static_cast<std::uint64_t>(dims.x()) + 2 + 63) / 64 * 64;
-    const std::uint64_t bits =
-        rowBits * (static_cast<std::uint64_t>(dims.y()) + 2) * (static_cast<std::uint64_t>(dims.z()) + 2);
-    return bits < (std::uint64_t(1) << (64 - kIndexShift));
+    return BitVolume::paddedBits(dims) < (std::uint64_t(1) << (64 - kIndexShift));
 }
 
 Index voxelOf(Entry e) {
