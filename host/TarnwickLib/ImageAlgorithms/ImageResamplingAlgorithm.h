@@ -16,7 +16,7 @@ namespace Tarnwick {
 /// the input get 0. The target voxel -> source voxel map is composed from the world matrices (target
 /// pixel -> world -> source pixel), so any spacing, size, rotation and translation of the target work.
 ///
-/// Targets: either given at construction (or with setTargets()), one for the whole set or one per image,
+/// Targets: either given at construction, one for the whole set or one per image,
 /// of which the dimensions, spacing and matrixToWorld are used (pixel type and channels come from the
 /// input); or, when none are given, derived from the `spacing` parameter: the same volume and placement
 /// (the image frame is centred) sampled at that spacing, n' = max(1, round(n * spacing / spacing')) voxels
@@ -43,9 +43,6 @@ public:
     static bool createCompatible(const DataList& data, Algorithm** out);
 
     void compute() override;
-
-    void setTargets(std::vector<ImageDescriptorWorld> targets) { m_targets = std::move(targets); }
-    const std::vector<ImageDescriptorWorld>& targets() const { return m_targets; }
 
     /// The grid of `image` resampled to `spacingMm` as described above (components <= 0 keep the
     /// image's spacing); the pixel type and channels are the image's.
