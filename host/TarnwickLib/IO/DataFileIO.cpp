@@ -155,7 +155,7 @@ std::vector<std::string> DataFileIO::loadableExtensions() {
     std::vector<std::string> extensions{std::string(".") + TarnwickFile::extension};
     for (const std::string& extension : ImageFileIO::supportedExtensions())
         extensions.push_back(extension);
-    extensions.push_back(".ply");
+    extensions.push_back(std::string(".") + MeshFileIO::extension);
     visitIoAlgorithms(DataList{}, IoAlgorithm::Load, [&](std::unique_ptr<IoAlgorithm> io) {
         for (const std::string& extension : io->supportedFileExtensions())
             if (std::find(extensions.begin(), extensions.end(), "." + extension) == extensions.end())

@@ -99,7 +99,7 @@ std::string readHeader(std::istream& in, Header& header) {
 } // namespace
 
 bool MeshFileIO::isSupported(const std::string& path) {
-    return Filesystem::Path(path).extension() == "ply";
+    return Filesystem::Path(path).extension() == extension;
 }
 
 MeshFileIO::LoadResult MeshFileIO::load(const std::string& path) {

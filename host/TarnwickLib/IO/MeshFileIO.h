@@ -25,6 +25,9 @@ public:
         std::string error;          ///< why, when mesh is null
     };
 
+    /// File name extension, without the dot.
+    static constexpr const char* extension = "ply";
+
     static bool isSupported(const std::string& path);
     static LoadResult load(const std::string& path);
     /// Writes to a temporary file next to `path` and renames it over `path` only on success. Returns an
