@@ -12,6 +12,11 @@ bool validateVolume(std::string_view operation, const void* data, const Eigen::V
                      dims.y(), dims.z());
         return false;
     }
+    if (dims.maxCoeff() > kMaxAxisLength) {
+        TW_LOG_ERROR("{}: dimensions {}x{}x{} exceed the limit of {} voxels along an axis", operation, dims.x(),
+                     dims.y(), dims.z(), kMaxAxisLength);
+        return false;
+    }
     if (channels < 1) {
         TW_LOG_ERROR("{}: invalid channel count {}", operation, channels);
         return false;

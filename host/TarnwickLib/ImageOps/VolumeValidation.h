@@ -12,8 +12,12 @@ namespace Tarnwick::ImageOps {
 /// refused with an error instead of attempting an allocation the machine cannot satisfy.
 constexpr std::uint64_t kMaxValueCount = std::uint64_t(1) << 32;
 
+/// Longest axis an image operation accepts: the distance transforms' row scans add the row length to
+/// a 2^30 sentinel in int arithmetic, which longer rows would overflow.
+constexpr int kMaxAxisLength = (1 << 30) - 1;
+
 /// Checks the raw description of a volume at the entry of an image operation: `data` is not null,
-/// every dimension and the channel count are at least 1, and dims.prod() * channels does not exceed
+/// every dimension and the channel count are at least 1, no dimension exceeds kMaxAxisLength, and dims.prod() * channels does not exceed
 /// kMaxValueCount. On failure logs "<operation>: <reason>" as an error and returns false.
 bool validateVolume(std::string_view operation, const void* data, const Eigen::Vector3i& dims, int channels = 1);
 

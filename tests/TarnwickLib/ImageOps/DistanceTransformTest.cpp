@@ -137,7 +137,10 @@ TEST(DistanceTransformTest, InvalidInputIsReported) {
     EXPECT_TRUE(distanceTransform(mask.data(), {2, 2, 2}, {1.0, 0.0, 1.0}, voxels, out.data()));
     EXPECT_FALSE(distanceTransform(mask.data(), {2, 2, 2}, {1, 1, 1}, {}, nullptr));
     EXPECT_FALSE(distanceTransform(mask.data(), {-1, 2, 2}, {1, 1, 1}, {}, out.data()));
-    EXPECT_EQ(log.errors().size(), 3u);
+    // A row this long would overflow the row scans; it is refused before any voxel is read.
+    EXPECT_FALSE(distanceTransform(mask.data(), {1 << 30, 1, 1}, {1, 1, 1}, {}, out.data()));
+    EXPECT_TRUE(log.contains("distanceTransform: dimensions 1073741824x1x1 exceed the limit of 1073741823 voxels along an axis"));
+    EXPECT_EQ(log.errors().size(), 4u);
     EXPECT_EQ(distanceTransform(*TypedImage<unsigned char>::zeros({2, 2, 2}, 3), {}), nullptr);
     EXPECT_TRUE(log.contains("distanceTransform: expected a single-channel mask, got 3 channels"));
 }

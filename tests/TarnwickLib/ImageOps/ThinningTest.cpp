@@ -202,8 +202,8 @@ TEST(ThinningTest, InvalidInputIsReported) {
     EXPECT_FALSE(thin(buffer.data(), {100000, 100000, 100000}, buffer.data()));
     // Within the voxel limit, but each voxel would take a padded row of 64 bits: refused before any
     // buffer is read or allocated.
-    EXPECT_FALSE(thin(buffer.data(), {1, 1, 1 << 30}, buffer.data()));
-    EXPECT_TRUE(log.contains("thin: a 1x1x1073741824 volume is too elongated to thin"));
+    EXPECT_FALSE(thin(buffer.data(), {1, 3, 1 << 28}, buffer.data()));
+    EXPECT_TRUE(log.contains("thin: a 1x3x268435456 volume is too elongated to thin"));
     EXPECT_EQ(log.errors().size(), 4u);
 
     auto twoChannels = TypedImage<unsigned char>::zeros({4, 4, 4}, 2);
