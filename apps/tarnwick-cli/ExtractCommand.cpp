@@ -7,7 +7,7 @@
 #include <TarnwickGraph/Plugin/GraphCommandLineEntry.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 #include <TarnwickLib/IO/DataFileIO.h>
-#include <TarnwickLib/Plugin/SharedLibrary.h>
+#include <TarnwickLib/Plugin/PluginManager.h>
 
 #include "CommandContext.h"
 #include "ExtractionPipeline.h"
@@ -94,17 +94,11 @@ int ExtractCommand::run(CommandContext& context) {
         return 1;
     }
     // The graph plug-in's entry points for summaries and world coordinates.
-    std::unique_ptr<SharedLibrary> library;
-    for (const auto& plugin : context.plugins().loadedPlugins())
-        if (plugin.id == "Tarnwick.Graph") {
-            std::string error;
-            library = SharedLibrary::open(plugin.path, error);
-        }
+    const PluginManager& plugins = context.plugins();
     const auto summarize =
-        library ? reinterpret_cast<TarnwickGraphSummarizeFunction>(library->symbol("tarnwickGraphSummarize")) : nullptr;
-    const auto moveToWorld =
-        library ? reinterpret_cast<TarnwickGraphMoveToWorldFunction>(library->symbol("tarnwickGraphMoveToWorld"))
-                : nullptr;
+        reinterpret_cast<TarnwickGraphSummarizeFunction>(plugins.symbol("Tarnwick.Graph", "tarnwickGraphSummarize"));
+    const auto moveToWorld = reinterpret_cast<TarnwickGraphMoveToWorldFunction>(
+        plugins.symbol("Tarnwick.Graph", "tarnwickGraphMoveToWorld"));
     if (!summarize || !moveToWorld) {
         TW_LOG_ERROR("extract needs the graph plug-in (Tarnwick.Graph), which is not loaded");
         return 1;

@@ -153,6 +153,13 @@ PluginBase* PluginManager::plugin(const std::string& id) const {
     return nullptr;
 }
 
+void* PluginManager::symbol(const std::string& id, const char* name) const {
+    for (const auto& entry : m_loaded)
+        if (entry->info.id == id)
+            return entry->library->symbol(name);
+    return nullptr;
+}
+
 std::unique_ptr<PluginManager::Entry> PluginManager::open(const std::string& path) {
     const std::vector<std::string> announcedBefore = PluginAutoRegistrationGuard::announcedIds();
     auto entry = std::make_unique<Entry>();

@@ -59,6 +59,9 @@ public:
     const std::vector<RefusedPlugin>& refusedPlugins() const { return m_refused; }
     /// The loaded plug-in with this id, or null.
     PluginBase* plugin(const std::string& id) const;
+    /// An exported symbol of the loaded plug-in with this id (its extra C entry points), or null when
+    /// that plug-in is not loaded or exports no such symbol.
+    void* symbol(const std::string& id, const char* name) const;
 
 private:
     struct Entry;

@@ -82,6 +82,10 @@ TEST(PluginManager, LoadedPluginsWorkAndUnloadingWithdrawsWhatTheyRegistered) {
         PluginManager manager;
         manager.loadLibraries({library("TestAccepted")});
         ASSERT_EQ(loadedIds(manager), std::vector<std::string>{"Test.Accepted"});
+        // Extra exports are reached through the plug-in's id.
+        EXPECT_NE(manager.symbol("Test.Accepted", "tarnwickCreatePlugin"), nullptr);
+        EXPECT_EQ(manager.symbol("Test.Accepted", "noSuchEntryPoint"), nullptr);
+        EXPECT_EQ(manager.symbol("Test.Missing", "tarnwickCreatePlugin"), nullptr);
 
         FactoryRegistry& registry = FactoryRegistry::get();
         auto algorithm = registry.createAlgorithm("Greeting", DataList{});
