@@ -52,3 +52,4 @@ function(tarnwick_add_test name)
     PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600
     DISCOVERY_TIMEOUT 120)
 endfunction()
+include(TarnwickResources)
