@@ -1,0 +1,7 @@
+#include <TarnwickGL/DataDisplayHandler.h>
+
+namespace Tarnwick {
+
+DataDisplayHandler::~DataDisplayHandler() = default;
+
+} // namespace Tarnwick

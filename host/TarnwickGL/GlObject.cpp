@@ -1,0 +1,7 @@
+#include <TarnwickGL/GlObject.h>
+
+namespace Tarnwick {
+
+GlObject::~GlObject() = default;
+
+} // namespace Tarnwick
