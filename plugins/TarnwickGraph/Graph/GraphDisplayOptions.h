@@ -1,5 +1,9 @@
 #pragma once
 
+#include <TarnwickLib/Algorithm/Configurable.h>
+#include <TarnwickLib/Algorithm/Parameter.h>
+#include <TarnwickLib/Algorithm/SubProperty.h>
+#include <TarnwickLib/Data/Colormap.h>
 #include <TarnwickLib/Data/DataComponent.h>
 
 #include <Eigen/Core>
@@ -9,73 +13,92 @@
 
 namespace Tarnwick {
 
-/// How a graph is drawn: a data component attached to every Graph, read by the renderer and written by
-/// the data controller and the options widget. Pure data (no rendering code), so graphs can be built
-/// and copied without OpenGL; the renderer refers to it as its DisplayOptions type. Whoever changes a
-/// value emits `signalChanged` so that views redraw. Colours are RGBA in [0, 1].
-class GraphDisplayOptions : public DataComponent<GraphDisplayOptions> {
+/// How a graph is drawn: a data component attached to every Graph, read by the renderer on every draw
+/// and edited by the data controller and the options widget. It is a temporary component: graph files
+/// do not store it. Pure data (no rendering code), so graphs can be built and copied without OpenGL;
+/// the renderer refers to it as its DisplayOptions type.
+///
+/// The settings are three groups of parameters saved as sub-properties "generalOptions",
+/// "featureCircleOptions" and "featureColorMapOptions", so the host's properties mechanism saves and
+/// restores them with the workspace. Any parameter change emits `signalChanged`. Colours are RGBA in [0, 1].
+///
+///     options.generalOptions->lineWidth = 5.0;            // emits signalChanged
+///     double width = options.generalOptions->lineWidth;
+class GraphDisplayOptions : public DataComponent<GraphDisplayOptions>, public Configurable {
 public:
-    struct GeneralOptions {
-        bool drawPoints = true;
-        double pointSize = 8.0; ///< point diameter in pixels
-        Eigen::Vector4d pointColor = Eigen::Vector4d(1.0, 0.0, 0.0, 1.0);
-        bool onlyDrawNontrivialNodes = true; ///< draw only nodes whose degree is not 2
-        bool showNodeIndices = false;
-        bool drawLines = true;
-        double lineWidth = 3.0; ///< in pixels
-        Eigen::Vector4d lineColor = Eigen::Vector4d(0.0, 0.0, 1.0, 1.0);
-        bool drawDirectionOnLines = false;
+    class GeneralOptions : public Configurable {
+    public:
+        GeneralOptions();
+        GeneralOptions(const GeneralOptions& other);
+        GeneralOptions& operator=(const GeneralOptions&) = default;
+        bool operator==(const GeneralOptions& other) const;
 
-        bool operator==(const GeneralOptions& o) const {
-            return drawPoints == o.drawPoints && pointSize == o.pointSize && pointColor == o.pointColor &&
-                   onlyDrawNontrivialNodes == o.onlyDrawNontrivialNodes && showNodeIndices == o.showNodeIndices &&
-                   drawLines == o.drawLines && lineWidth == o.lineWidth && lineColor == o.lineColor &&
-                   drawDirectionOnLines == o.drawDirectionOnLines;
-        }
+        Parameter<bool> drawPoints{"drawPoints", true, this};
+        Parameter<double> pointSize{"pointSize", 8.0, this}; ///< point diameter in pixels
+        Parameter<Eigen::Vector4d> pointColor{"pointColor", Eigen::Vector4d(1.0, 0.0, 0.0, 1.0), this};
+        /// Draw only nodes whose degree is not 2 (self loops not counted).
+        Parameter<bool> onlyDrawNontrivialNodes{"onlyDrawNontrivialNodes", true, this};
+        Parameter<bool> showNodeIndices{"showNodeIndices", false, this}; ///< each node's id as text
+        Parameter<bool> drawLines{"drawLines", true, this};
+        Parameter<double> lineWidth{"lineWidth", 3.0, this}; ///< in pixels
+        Parameter<Eigen::Vector4d> lineColor{"lineColor", Eigen::Vector4d(0.0, 0.0, 1.0, 1.0), this};
+        Parameter<bool> drawDirectionOnLines{"drawDirectionOnLines", false, this}; ///< arrowheads at edge ends
     };
 
     /// An edge feature drawn as circles around the edges.
-    struct FeatureCircleOptions {
-        /// How feature values become radii; labels "Raw, RescaledMax, Logarithmic".
+    class FeatureCircleOptions : public Configurable {
+    public:
+        /// How feature values become radii.
         enum ScalingMode : int { Raw = 0, RescaledMax = 1, Logarithmic = 2 };
 
-        std::optional<std::string> featureName; ///< none disables the circles
-        Eigen::Vector4d circleColor = Eigen::Vector4d(0.0, 1.0, 0.0, 1.0);
-        ScalingMode scalingMode = Raw;
-        bool simplifyLinearChains = false; ///< one circle per chain of degree-2 nodes
-        bool showLabels = false;
-        std::string unitSuffix;
+        FeatureCircleOptions();
+        FeatureCircleOptions(const FeatureCircleOptions& other);
+        FeatureCircleOptions& operator=(const FeatureCircleOptions&) = default;
+        bool operator==(const FeatureCircleOptions& other) const;
 
-        bool operator==(const FeatureCircleOptions& o) const {
-            return featureName == o.featureName && circleColor == o.circleColor && scalingMode == o.scalingMode &&
-                   simplifyLinearChains == o.simplifyLinearChains && showLabels == o.showLabels &&
-                   unitSuffix == o.unitSuffix;
-        }
+        /// Edge feature to show; none disables the circles.
+        Parameter<std::optional<std::string>> featureName{"featureName", std::nullopt, this};
+        Parameter<Eigen::Vector4d> circleColor{"circleColor", Eigen::Vector4d(0.0, 1.0, 0.0, 1.0), this};
+        Parameter<ScalingMode> scalingMode{"scalingMode", Raw, this};
+        /// One circle per chain of degree-2 nodes instead of one per edge.
+        Parameter<bool> simplifyLinearChains{"simplifyLinearChains", false, this};
+        Parameter<bool> showLabels{"showLabels", false, this};     ///< the feature value beside each circle
+        Parameter<std::string> unitSuffix{"unitSuffix", "", this}; ///< appended to labels
     };
 
-    /// A feature shown as colours of lines or points.
-    struct FeatureColorMapOptions {
-        std::optional<std::string> edgeFeatureName;
-        std::optional<std::string> nodeFeatureName;
-        int colormap = 9; ///< host colour-map preset value; 9 is the cool-warm divergent map
+    /// A feature shown as colours of lines (edge feature) or of line ends (node feature).
+    class FeatureColorMapOptions : public Configurable {
+    public:
+        FeatureColorMapOptions() = default;
+        FeatureColorMapOptions(const FeatureColorMapOptions& other);
+        FeatureColorMapOptions& operator=(const FeatureColorMapOptions&) = default;
+        bool operator==(const FeatureColorMapOptions& other) const;
 
-        bool operator==(const FeatureColorMapOptions& o) const {
-            return edgeFeatureName == o.edgeFeatureName && nodeFeatureName == o.nodeFeatureName &&
-                   colormap == o.colormap;
-        }
+        Parameter<std::optional<std::string>> edgeFeatureName{"edgeFeatureName", std::nullopt, this};
+        Parameter<std::optional<std::string>> nodeFeatureName{"nodeFeatureName", std::nullopt, this};
+        /// Colour map applied to the normalised feature value.
+        Parameter<Colormap::Preset> colormap{"colormap", Colormap::CoolWarm, this};
     };
 
-    GeneralOptions generalOptions;
-    FeatureCircleOptions featureCircleOptions;
-    FeatureColorMapOptions featureColorMapOptions;
+    GraphDisplayOptions();
+    /// Copies every value; the copy emits its own signals and has no connections.
+    GraphDisplayOptions(const GraphDisplayOptions& other);
+    /// Assigns every value, emitting signalChanged for each parameter that changes.
+    GraphDisplayOptions& operator=(const GraphDisplayOptions&) = default;
 
-    bool operator==(const GraphDisplayOptions& o) const {
-        return generalOptions == o.generalOptions && featureCircleOptions == o.featureCircleOptions &&
-               featureColorMapOptions == o.featureColorMapOptions;
-    }
-    bool operator!=(const GraphDisplayOptions& o) const { return !(*this == o); }
+    /// Every parameter of the three groups equal.
+    bool operator==(const GraphDisplayOptions& other) const;
+    bool operator!=(const GraphDisplayOptions& other) const { return !(*this == other); }
 
     std::string id() const override { return "GraphDisplayOptions"; }
+
+    SubProperty<GeneralOptions> generalOptions{"generalOptions", GeneralOptions(), this};
+    SubProperty<FeatureCircleOptions> featureCircleOptions{"featureCircleOptions", FeatureCircleOptions(), this};
+    SubProperty<FeatureColorMapOptions> featureColorMapOptions{"featureColorMapOptions", FeatureColorMapOptions(),
+                                                               this};
+
+private:
+    void forwardParameterChanges();
 };
 
 } // namespace Tarnwick

@@ -1,8 +1,6 @@
 #include "../GraphInvariants.h"
 #include "GraphTestGraphs.h"
 
-#include <TarnwickGraph/Graph/GraphDisplayOptions.h>
-
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 

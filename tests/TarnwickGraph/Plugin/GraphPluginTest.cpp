@@ -138,7 +138,7 @@ TEST(GraphDataAnnotationFactory, CloneIsACompleteIndependentCopy) {
     GraphDataAnnotationFactory factory;
     auto original = makeRichGraph(Graph::Undirected, Graph::Dim2D);
     original->setName("vessels");
-    original->components().getOrAdd<GraphDisplayOptions>().generalOptions.lineWidth = 7.0;
+    original->components().getOrAdd<GraphDisplayOptions>().generalOptions->lineWidth = 7.0;
 
     std::unique_ptr<Data> data(factory.cloneData(original.get()));
     auto* copy = dynamic_cast<Graph*>(data.get());
@@ -154,9 +154,9 @@ TEST(GraphDataAnnotationFactory, CloneIsACompleteIndependentCopy) {
     copy->editNode(2, [](Graph::NodeInfo& node) { node.attributes.setParam("count", 4); });
     copy->removeNode(4);
     copy->getOrCreateNodeFeatureIdx("extra", 0.0);
-    copy->components().get<GraphDisplayOptions>()->generalOptions.lineWidth = 1.0;
+    copy->components().get<GraphDisplayOptions>()->generalOptions->lineWidth = 1.0;
     EXPECT_TRUE(graphsEqual(*snapshot, *original));
-    EXPECT_EQ(original->components().get<GraphDisplayOptions>()->generalOptions.lineWidth, 7.0);
+    EXPECT_EQ(original->components().get<GraphDisplayOptions>()->generalOptions->lineWidth.value(), 7.0);
 
     EXPECT_EQ(factory.cloneData(nullptr), nullptr);
     PointCloud cloud({Eigen::Vector3d::Zero()});
