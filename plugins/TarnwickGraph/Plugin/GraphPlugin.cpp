@@ -6,13 +6,24 @@
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
 #include <TarnwickLib/IO/TarnwickFile.h>
 
+#include <TarnwickGraphResources.h>
+
+#if TARNWICK_WITH_GL
+#include <TarnwickGL/DataDisplayHandlerFactory.h>
+#include <TarnwickGraph/Rendering/GraphDisplayHandler.h>
+#endif
+
 namespace Tarnwick {
 
 GraphPlugin::GraphPlugin() = default;
 
 GraphPlugin::~GraphPlugin() {
-    // The registry must forget the factories before they are destroyed.
+    // The registry must forget the factories and the shader repository before they are destroyed.
     unregisterFactories();
+    Resource::removeRepository(m_resources.get());
+#if TARNWICK_WITH_GL
+    DataDisplayHandlerFactory::instance().unregisterHandler(GraphDisplayHandler::handlerName);
+#endif
 }
 
 int GraphPlugin::init() {
@@ -20,7 +31,12 @@ int GraphPlugin::init() {
     m_controllerFactory = std::make_unique<GraphPluginControllerFactory>();
     m_algorithmFactory = std::make_unique<GraphPluginFactory>();
     registerFactories(m_algorithmFactory.get(), m_controllerFactory.get(), m_annotationFactory.get());
-    // The shader repository and the display handler are registered here by the rendering layer.
+    m_resources = TarnwickGraphResources();
+    Resource::addRepository(m_resources);
+#if TARNWICK_WITH_GL
+    DataDisplayHandlerFactory::instance().registerHandler(GraphDisplayHandler::handlerName,
+                                                          [] { return std::make_unique<GraphDisplayHandler>(); });
+#endif
     TarnwickFile::addPlugin(std::make_unique<GraphTarnwickFilePlugin>(GraphTarnwickFilePlugin::graphTypeId));
     return 0;
 }

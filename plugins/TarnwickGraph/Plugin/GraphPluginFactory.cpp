@@ -6,6 +6,7 @@
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphToLabelMapAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphToPointCloudAlgorithm.h>
 #include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
 #include <TarnwickGraph/Algorithms/NodeToEdgeFeatureAlgorithm.h>
@@ -34,6 +35,7 @@ GraphPluginFactory::GraphPluginFactory() : AlgorithmFactory("Graph") {
     registerAlgorithm<GraphMLIoAlgorithm>("GraphMLIo", "IO;Graph (graphml)");
     registerAlgorithm<TransferGraphFeatureToMeshAlgorithm>("TransferGraphFeatureToMeshAlgorithm",
                                                            "Graph;Transfer Graph Feature To Mesh");
+    registerAlgorithm<GraphToLabelMapAlgorithm>("GraphToLabelMapAlgorithm", "Graph;Graph To Label Map");
 }
 
 } // namespace Tarnwick

@@ -6,6 +6,7 @@
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
+#include <TarnwickGraph/Algorithms/GraphToLabelMapAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphToPointCloudAlgorithm.h>
 #include <TarnwickGraph/Algorithms/MinimumSpanningTreeAlgorithm.h>
 #include <TarnwickGraph/Algorithms/NodeToEdgeFeatureAlgorithm.h>
@@ -17,6 +18,7 @@
 #include <TarnwickGraph/Plugin/GraphDataAnnotationFactory.h>
 #include <TarnwickGraph/Plugin/GraphPlugin.h>
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
+#include <TarnwickCore/Resource.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Data/Mesh.h>
 #include <TarnwickLib/Data/PointCloud.h>
@@ -62,9 +64,12 @@ TEST(GraphPlugin, InitRegistersFactoriesAndTheGraphRecordUntilItIsDestroyed) {
     EXPECT_TRUE(graphsEqual(*graph, static_cast<Graph&>(*copy)));
     TarnwickFilePlugin* record = graphFilePlugin();
     ASSERT_NE(record, nullptr);
+    const std::string shader = "TarnwickGraph/GraphToLabelVessel.comp";
+    EXPECT_TRUE(Resource::read(shader));
 
     plugin.reset();
     EXPECT_FALSE(registry.findAlgorithm("GraphMLIo"));
+    EXPECT_FALSE(Resource::read(shader));
     EXPECT_NE(registry.describe(*graph), "Graph with 3 nodes and 4 edges");
     // The data file owns the record plug-in; the plug-in manager removes it when it unloads a library.
     EXPECT_TRUE(TarnwickFile::removePlugin(record));
@@ -129,6 +134,7 @@ TEST(GraphPluginFactory, EachIdCreatesItsOwnAlgorithmFromASelectionItAccepts) {
     EXPECT_TRUE(creates<EvaluateGraphAtImageAlgorithm>(factory, "EvaluateGraphAtImage", {&graph, &image}));
     EXPECT_TRUE(
         creates<TransferGraphFeatureToMeshAlgorithm>(factory, "TransferGraphFeatureToMeshAlgorithm", {&graph, &mesh}));
+    EXPECT_TRUE(creates<GraphToLabelMapAlgorithm>(factory, "GraphToLabelMapAlgorithm", {&graph, &image}));
     EXPECT_FALSE(factory.isCompatible("CombineGraphs", DataList{&graph}));
     EXPECT_FALSE(factory.isCompatible("PartitionGraphs", DataList{&graph, &other}));
     EXPECT_FALSE(factory.isCompatible("PruneTerminalPaths", DataList{}));
