@@ -6,6 +6,9 @@
 #include "ExtractCommand.h"
 #include "InfoCommand.h"
 #include "PluginsCommand.h"
+#ifdef TARNWICK_WITH_GL
+#include "RenderCommand.h"
+#endif
 #include "RunCommand.h"
 #include "SampleCommand.h"
 
@@ -45,6 +48,9 @@ int main(int argc, char** argv) {
     commands.push_back(std::make_unique<Cli::RunCommand>());
     commands.push_back(std::make_unique<Cli::ExtractCommand>());
     commands.push_back(std::make_unique<Cli::SampleCommand>());
+#ifdef TARNWICK_WITH_GL
+    commands.push_back(std::make_unique<Cli::RenderCommand>());
+#endif
     std::vector<CLI::App*> subcommands;
     for (const auto& command : commands)
         subcommands.push_back(command->declare(app));
