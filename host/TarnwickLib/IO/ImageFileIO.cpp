@@ -11,6 +11,7 @@
 #include <TarnwickCore/Log.h>
 #include <TarnwickCore/String.h>
 #include <TarnwickLib/IO/ImageFileLayout.h>
+#include <TarnwickLib/IO/SaveTemporary.h>
 
 #include <itkImageIOBase.h>
 #include <itkMetaImageIO.h>
@@ -24,7 +25,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -220,6 +220,12 @@ itk::ImageIORegion fullRegion(const Eigen::Vector3i& dimensions, unsigned int di
     return region;
 }
 
+/// Number of pixel values (voxels times channels) of an image.
+std::uint64_t valueCountOf(const ImageDescriptor& d) {
+    return static_cast<std::uint64_t>(d.dimensions.cast<std::int64_t>().prod()) *
+           static_cast<std::uint64_t>(d.channels);
+}
+
 /// Reads the header into descriptor and geometry; returns an error message or an empty string.
 std::string readHeader(itk::ImageIOBase& io, const std::string& path, ImageDescriptor& d, FileGeometry& g) {
     io.ReadImageInformation();
@@ -281,7 +287,8 @@ ImageFileIO::LoadResult loadWithItk(const std::string& path, const FormatEntry& 
     if (!headerError.empty())
         return {nullptr, headerError};
 
-    const std::string layoutError = ImageFileLayout::checkDataSize(path, descriptor.byteSize());
+    const std::string layoutError =
+        ImageFileLayout::checkDataSize(path, descriptor.byteSize(), valueCountOf(descriptor));
     if (!layoutError.empty())
         return {nullptr, fmt::format("Cannot read '{}': {}", path, layoutError)};
 
@@ -322,35 +329,21 @@ void writeWithItk(itk::ImageIOBase& io, const MemImage& mem, const FileGeometry&
     io.Write(mem.data());
 }
 
-/// A uniquely named folder next to the save target, removed with its contents on destruction.
-class StagingFolder {
-public:
-    explicit StagingFolder(const fs::path& target) {
-        const fs::path parent = target.parent_path().empty() ? fs::path(".") : target.parent_path();
-        std::string pattern = (parent / ("." + target.filename().string() + ".XXXXXX")).string();
-        if (mkdtemp(pattern.data()))
-            m_path = pattern;
-    }
-    ~StagingFolder() {
-        if (!m_path.empty()) {
-            std::error_code ignored;
-            fs::remove_all(m_path, ignored);
-        }
-    }
-    StagingFolder(const StagingFolder&) = delete;
-    StagingFolder& operator=(const StagingFolder&) = delete;
+/// The name under which the writer creates a file for `target` in the staging folder. Detached headers
+/// are staged under another name because the writers name the data file after the header: a NRRD
+/// header X.nhdr is written as X.nrrd.nhdr, so its data goes to X.nrrd.raw (X.nrrd.raw.gz compressed)
+/// and never to the X.raw of a MetaImage header X.mhd (whose data stays X.raw, X.zraw compressed).
+std::string stagedName(const fs::path& target, const FormatEntry& format) {
+    const std::string name = target.filename().string();
+    if (std::string(format.extension) != ".nhdr")
+        return name;
+    return name.substr(0, name.size() - 5) + ".nrrd" + name.substr(name.size() - 5);
+}
 
-    bool created() const { return !m_path.empty(); }
-    const fs::path& path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
-
-/// Moves every file of the staging folder next to `target`, the target itself last so that a
-/// detached header only appears once its data file is in place.
-std::string publish(const StagingFolder& staging, const fs::path& target) {
-    const fs::path staged = staging.path() / target.filename();
+/// Moves every file of the staging folder next to `target`, the staged `header` last (renamed to the
+/// target's name) so that a detached header only appears once its data file is in place.
+std::string publish(const SaveTemporary& staging, const std::string& header, const fs::path& target) {
+    const fs::path staged = staging.path() / header;
     std::error_code ec;
     for (const fs::directory_entry& entry : fs::directory_iterator(staging.path(), ec)) {
         if (entry.path() == staged)
@@ -383,15 +376,29 @@ ImageFileIO::SaveResult saveWithItk(const SharedImage& image, const fs::path& ta
             TW_LOG_WARN("TIFF files store no origin or direction; '{}' keeps only the spacing", target.string());
     }
 
-    StagingFolder staging(target);
+    // A link is written through: the file it points to is replaced, next to that file.
+    const fs::path destination = SaveTemporary::resolveLinks(target);
+    const SaveTemporary staging(destination, SaveTemporary::Kind::Folder);
     if (!staging.created())
         return {fmt::format("Cannot save '{}': cannot create a temporary folder next to it ({})", target.string(),
-                            std::strerror(errno))};
+                            std::strerror(staging.errorNumber()))};
     itk::ImageIOBase::Pointer io = createImageIO(format.format);
     const bool compress = options.compress || std::string(format.extension) == ".nii.gz";
-    writeWithItk(*io, *image.mem(), *geometry, fitsTwoDimensionalFile(d, *geometry), compress,
-                 (staging.path() / target.filename()).string());
-    return {publish(staging, target)};
+    const std::string header = stagedName(destination, format);
+    const std::string staged = (staging.path() / header).string();
+    // Some writers ignore a failed write, so the staged files are checked as a load would check them.
+    std::string failure;
+    try {
+        writeWithItk(*io, *image.mem(), *geometry, fitsTwoDimensionalFile(d, *geometry), compress, staged);
+        failure = ImageFileLayout::checkDataSize(staged, d.byteSize(), valueCountOf(d));
+    } catch (const itk::ExceptionObject& e) {
+        failure = itkMessage(e);
+    }
+    if (!failure.empty()) {
+        const std::string cause = staging.spaceShortage(d.byteSize());
+        return {fmt::format("Cannot save '{}': {}", target.string(), cause.empty() ? failure : cause)};
+    }
+    return {publish(staging, header, destination)};
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include <TarnwickLib/IO/ImageFileLayout.h>
 
 #include <TarnwickCore/String.h>
+#include <TarnwickLib/IO/ImageDataScan.h>
 
 #include <fmt/format.h>
 #include <zlib.h>
@@ -233,20 +234,31 @@ std::optional<std::uint64_t> parseCount(const std::string& text) {
     }
 }
 
-/// Bytes of pixel data present: after `offset` + `skip` in the header file itself when `dataFile` is
-/// empty or "LOCAL", otherwise in the detached data file (named relative to the header) after `skip`.
-/// Sets `error` when the data file does not exist.
-std::uint64_t bytesPresent(const fs::path& header, const std::string& dataFile, std::uint64_t offset,
-                           std::uint64_t skip, std::string& error) {
-    if (dataFile.empty() || dataFile == "LOCAL")
-        return sizeOf(header) - std::min(addSaturated(offset, skip), sizeOf(header));
-    const fs::path data = fs::path(dataFile).is_absolute() ? fs::path(dataFile) : header.parent_path() / dataFile;
-    std::error_code ec;
-    if (!fs::is_regular_file(data, ec)) {
-        error = fmt::format("its data file '{}' does not exist", data.string());
-        return 0;
+/// Where pixel data starts: after `offset` + `skip` in the header file itself when `dataFile` is empty
+/// or "LOCAL", otherwise in the detached data file (named relative to the header) after `skip`.
+struct DataLocation {
+    fs::path file;
+    std::uint64_t offset = 0;
+    /// Bytes from the offset to the end of the file.
+    std::uint64_t present = 0;
+};
+
+/// The location of the pixel data; sets `error` when the detached data file does not exist.
+DataLocation dataLocation(const fs::path& header, const std::string& dataFile, std::uint64_t offset, std::uint64_t skip,
+                          std::string& error) {
+    DataLocation location{header, addSaturated(offset, skip)};
+    if (!dataFile.empty() && dataFile != "LOCAL") {
+        location.file = fs::path(dataFile).is_absolute() ? fs::path(dataFile) : header.parent_path() / dataFile;
+        location.offset = skip;
+        std::error_code ec;
+        if (!fs::is_regular_file(location.file, ec)) {
+            error = fmt::format("its data file '{}' does not exist", location.file.string());
+            return location;
+        }
     }
-    return sizeOf(data) - std::min(skip, sizeOf(data));
+    const std::uint64_t size = sizeOf(location.file);
+    location.present = size - std::min(location.offset, size);
+    return location;
 }
 
 /// The "Key = Value" fields of a MetaImage header up to ElementDataFile, which ends the header.
@@ -300,17 +312,25 @@ std::string checkMetaImage(const fs::path& path, std::uint64_t dataBytes) {
     const std::string dataFile = field("ElementDataFile");
     const bool compressed = field("CompressedData") == "True" || field("CompressedData") == "true";
     const std::optional<std::uint64_t> compressedSize = parseCount(field("CompressedDataSize"));
-    // Lists, file patterns and compressed data without a stated size are left to the reader.
-    if (header.end == 0 || dataFile == "LIST" || dataFile.find_first_of("% ") != std::string::npos ||
-        (compressed && !compressedSize))
+    // Lists and file patterns are left to the reader.
+    if (header.end == 0 || dataFile == "LIST" || dataFile.find_first_of("% ") != std::string::npos)
         return {};
-    const std::uint64_t needed = compressed ? *compressedSize : dataBytes;
     std::string error;
-    const std::uint64_t present =
-        bytesPresent(path, dataFile, header.end, parseCount(field("HeaderSize")).value_or(0), error);
+    const DataLocation data =
+        dataLocation(path, dataFile, header.end, parseCount(field("HeaderSize")).value_or(0), error);
     if (!error.empty())
         return error;
-    return present < needed ? truncated(needed, present) : std::string();
+    if (!compressed)
+        return data.present < dataBytes ? truncated(dataBytes, data.present) : std::string();
+    if (compressedSize && data.present < *compressedSize)
+        return truncated(*compressedSize, data.present);
+    // The reader reports a failed decompression but keeps the image, whatever its buffer held, so the
+    // stream is inflated here first.
+    const std::optional<std::uint64_t> inflated =
+        ImageDataScan::inflatedSize(data.file, data.offset, compressedSize.value_or(UINT64_MAX), dataBytes);
+    if (!inflated)
+        return "the compressed pixel data is cut short or corrupt";
+    return *inflated < dataBytes ? truncated(dataBytes, *inflated) : std::string();
 }
 
 // ---- NRRD ------------------------------------------------------------------------------------
@@ -318,15 +338,39 @@ std::string checkMetaImage(const fs::path& path, std::uint64_t dataBytes) {
 /// Deflate never compresses by more than 1032:1, so gzip data this much smaller cannot hold the image.
 constexpr std::uint64_t maxDeflateRatio = 1100;
 
-std::string checkNrrd(const fs::path& path, std::uint64_t dataBytes) {
+/// Longest value accepted in text-encoded data; the reader copies each value into a fixed-size buffer
+/// on its stack, and no number needs more than a few dozen characters.
+constexpr std::uint64_t maxTextValueLength = 256;
+
+/// Text-encoded data must hold `valueCount` values of text, none of them absurdly long; counted
+/// before the reader allocates the image, since it reads values one by one into a buffer of the
+/// announced size.
+std::string checkNrrdText(const DataLocation& data, std::uint64_t lineSkip, std::uint64_t valueCount) {
+    const ImageDataScan::TextValues values = ImageDataScan::textValues(data.file, data.offset, lineSkip, valueCount);
+    if (values.binary)
+        return "the file is corrupt: its text-encoded pixel data holds bytes that are not text";
+    if (values.longestValue > maxTextValueLength)
+        return fmt::format("the file is corrupt: its text-encoded pixel data holds a value of {} characters (at "
+                           "most {} are accepted)",
+                           values.longestValue, maxTextValueLength);
+    if (values.count < valueCount)
+        return fmt::format("the file is truncated: its text-encoded pixel data needs {} values, {} are present",
+                           valueCount, values.count);
+    return {};
+}
+
+std::string checkNrrd(const fs::path& path, std::uint64_t dataBytes, std::uint64_t valueCount) {
     const std::string head = readPrefix(path, 1 << 16);
     std::string encoding, dataFile;
-    std::optional<std::uint64_t> byteSkip;
+    std::optional<std::uint64_t> byteSkip, lineSkip;
     std::size_t pos = head.find('\n');
-    while (pos != std::string::npos) {
-        const std::size_t end = head.find('\n', pos + 1);
-        if (end == std::string::npos)
-            return {};
+    while (pos != std::string::npos && pos < head.size()) {
+        std::size_t end = head.find('\n', pos + 1);
+        if (end == std::string::npos) {
+            if (head.size() == 1 << 16)
+                return {};     // header longer than this check reads: left to the reader
+            end = head.size(); // a detached header may end without a newline
+        }
         const std::string line = String::trimCopy(head.substr(pos + 1, end - pos - 1));
         pos = end;
         if (line.empty())
@@ -340,23 +384,29 @@ std::string checkNrrd(const fs::path& path, std::uint64_t dataBytes) {
             encoding = value;
         else if (key == "byte skip" || key == "byteskip")
             byteSkip = parseCount(value);
+        else if (key == "line skip" || key == "lineskip")
+            lineSkip = parseCount(value);
         else if (key == "data file" || key == "datafile")
             dataFile = value;
     }
     if (pos == std::string::npos)
         return {};
     const bool gzip = encoding == "gzip" || encoding == "gz";
-    // Lists and file patterns, and encodings other than raw and gzip, are left to the reader.
-    if ((encoding != "raw" && !gzip) || dataFile == "LIST" || dataFile.find_first_of("% ") != std::string::npos)
+    const bool text = encoding == "ascii" || encoding == "text" || encoding == "txt";
+    // Lists and file patterns, and other encodings, are left to the reader.
+    if ((encoding != "raw" && !gzip && !text) || dataFile == "LIST" ||
+        dataFile.find_first_of("% ") != std::string::npos)
         return {};
     std::string error;
-    const std::uint64_t present = bytesPresent(path, dataFile, pos + 1, byteSkip.value_or(0), error);
+    const DataLocation data = dataLocation(path, dataFile, pos + 1, byteSkip.value_or(0), error);
     if (!error.empty())
         return error;
-    if (gzip && mulSaturated(present, maxDeflateRatio) < dataBytes)
+    if (text)
+        return checkNrrdText(data, lineSkip.value_or(0), valueCount);
+    if (gzip && mulSaturated(data.present, maxDeflateRatio) < dataBytes)
         return fmt::format("the file is truncated: {} bytes of compressed data cannot hold {} bytes of pixel data",
-                           present, dataBytes);
-    return !gzip && present < dataBytes ? truncated(dataBytes, present) : std::string();
+                           data.present, dataBytes);
+    return !gzip && data.present < dataBytes ? truncated(dataBytes, data.present) : std::string();
 }
 
 // ---- TIFF -----------------------------------------------------------------------------------
@@ -544,7 +594,7 @@ std::string ImageFileLayout::checkHeader(const std::string& path) {
     return {};
 }
 
-std::string ImageFileLayout::checkDataSize(const std::string& path, std::uint64_t dataBytes) {
+std::string ImageFileLayout::checkDataSize(const std::string& path, std::uint64_t dataBytes, std::uint64_t valueCount) {
     if (hasExtension(path, ".nii"))
         return checkNifti(path);
     if (hasExtension(path, ".nii.gz"))
@@ -552,7 +602,7 @@ std::string ImageFileLayout::checkDataSize(const std::string& path, std::uint64_
     if (hasExtension(path, ".mha") || hasExtension(path, ".mhd"))
         return checkMetaImage(path, dataBytes);
     if (hasExtension(path, ".nrrd") || hasExtension(path, ".nhdr"))
-        return checkNrrd(path, dataBytes);
+        return checkNrrd(path, dataBytes, valueCount);
     if (hasExtension(path, ".tif") || hasExtension(path, ".tiff"))
         return TiffReader(path).check(dataBytes);
     return {};

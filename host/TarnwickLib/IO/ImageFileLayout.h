@@ -15,10 +15,12 @@ namespace Tarnwick {
 ///   file size; .nii.gz: the same against the gzip trailer, and when that disagrees (several gzip
 ///   members, trailing bytes) against a full decompression pass.
 /// - .mha, .mhd: the bytes after the header (or in the detached data file) against the pixel data
-///   size, or against CompressedDataSize for compressed data.
+///   size; compressed data must inflate completely (within CompressedDataSize when given) to at
+///   least the pixel data size, since the reader keeps an image whose decompression failed.
 /// - .nrrd, .nhdr: raw data against the bytes after the header (or in the detached data file);
 ///   gzip data against the largest possible deflate ratio, since a short stream is found by the
-///   reader only after it has spent time proportional to the announced size.
+///   reader only after it has spent time proportional to the announced size; text data (ascii, text,
+///   txt) must be text and hold every value, none longer than 256 characters.
 /// - .tif, .tiff: every strip and tile of every page lies inside the file, and all pages have the
 ///   first page's size and format and together hold exactly the pixel data (the stack reader writes
 ///   every page at the first page's size and would overrun the image otherwise).
@@ -33,9 +35,10 @@ public:
     /// the file, and all pages alike (the reader overruns its buffers otherwise).
     static std::string checkHeader(const std::string& path);
 
-    /// Empty when the file at `path` holds `dataBytes` bytes of pixel data (the uncompressed size in
-    /// the reader's pixel type; the NIfTI check uses its header instead); otherwise the reason.
-    static std::string checkDataSize(const std::string& path, std::uint64_t dataBytes);
+    /// Empty when the file at `path` holds `dataBytes` bytes of pixel data, that is `valueCount` values
+    /// (the uncompressed size in the reader's pixel type; the NIfTI check uses its header instead);
+    /// otherwise the reason.
+    static std::string checkDataSize(const std::string& path, std::uint64_t dataBytes, std::uint64_t valueCount);
 };
 
 } // namespace Tarnwick

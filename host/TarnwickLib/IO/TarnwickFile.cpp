@@ -283,6 +283,9 @@ bool TarnwickFile::save(const std::string& path, const DataList& data, Progress*
     std::string error;
     if (writer.open(error) && write(writer.stream(), data, progress, error) && writer.commit(error))
         return true;
+    const std::string cause = writer.writeError();
+    if (!cause.empty() && error.find(cause) == std::string::npos)
+        error += " (" + cause + ")";
     TW_LOG_CAT_ERROR(category, "Cannot save '{}': {}", path, error);
     return false;
 }

@@ -17,6 +17,10 @@ using json = nlohmann::ordered_json;
 
 constexpr std::uintmax_t maxFileSize = 16 * 1024 * 1024;
 
+/// Deepest nesting of arrays and objects accepted; a workspace needs four levels, and a document
+/// millions of levels deep would exhaust the stack when its values are destroyed or walked.
+constexpr int maxNesting = 64;
+
 /// A problem in the workspace text; the message starts with the place ("steps[1].inputs: ...").
 struct WorkspaceError : std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -176,10 +180,20 @@ private:
 
 std::optional<Workspace> Workspace::parse(const std::string& text, const std::string& folder, std::string& error) {
     json root;
+    const auto limitNesting = [](int depth, json::parse_event_t event, json&) {
+        if (depth >= maxNesting &&
+            (event == json::parse_event_t::object_start || event == json::parse_event_t::array_start))
+            throw WorkspaceError("arrays and objects are nested more than " + std::to_string(maxNesting) +
+                                 " levels deep");
+        return true;
+    };
     try {
-        root = json::parse(text);
+        root = json::parse(text, limitNesting);
     } catch (const json::exception& exception) {
         error = std::string("not valid JSON: ") + exception.what();
+        return std::nullopt;
+    } catch (const WorkspaceError& exception) {
+        error = exception.what();
         return std::nullopt;
     }
     try {

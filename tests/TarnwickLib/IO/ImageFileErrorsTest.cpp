@@ -117,7 +117,7 @@ TEST(ImageFileErrors, GarbageAndTruncatedFilesAreRejected) {
     ASSERT_TRUE(ImageFileIO::save(set, dir.file("cut.nhdr")).ok());
     writeFile(dir.file("cut.raw"), "short");
     loadError(dir.file("cut.mhd"));
-    fs::remove(dir.file("cut.raw"));
+    fs::remove(dir.file("cut.nrrd.raw"));
     loadError(dir.file("cut.nhdr"));
 }
 
@@ -171,6 +171,23 @@ TEST(ImageFileErrors, CorruptHeadersAreRefused) {
     auto good = ImageFileIO::load(dir.file("good.nrrd"));
     ASSERT_TRUE(good) << good.error;
     EXPECT_EQ(good.images->mem()->maxValue(), 1.0);
+}
+
+// Damaged files that crashed the readers (text data overrunning a stack buffer, binary data in a text
+// body) or loaded with uninitialised voxels (cut compressed data): each fails before pixel memory is
+// allocated, with the reason.
+TEST(ImageFileErrors, DamagedFilesFromTheDataFolder) {
+    const std::string folder = TARNWICK_SOURCE_DIR "/tests/data/damaged/";
+    const std::pair<const char*, const char*> cases[] = {
+        {"ascii-long-value.nrrd", "holds a value of 3000 characters"},
+        {"ascii-binary-body.nrrd", "holds bytes that are not text"},
+        {"ascii-huge-sizes.nrrd", "needs 3000000000 values, 2 are present"},
+        {"compressed-cut.mha", "the compressed pixel data is cut short or corrupt"},
+        {"compressed-short.mha", "needs 24 bytes, 10 are present"},
+        {"compressed-huge-sizes.mha", "needs 3000000000 bytes, 11 are present"},
+    };
+    for (const auto& [name, message] : cases)
+        EXPECT_THAT(loadError(folder + name), HasSubstr(message)) << name;
 }
 
 TEST(ImageFileErrors, InvalidSaveRequestsAreRefused) {

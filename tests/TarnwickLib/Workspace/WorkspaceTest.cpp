@@ -76,6 +76,9 @@ TEST(Workspace, MistakesAreReportedWithTheirPlace) {
         {workspace(R"(, "save": [{"name": "later", "file": "x.tnw"}])"), "save[0].name: unknown name 'later'"},
         {workspace(R"(, "steps": [{"algorithm": "A", "inputs": ["out"], "outputs": ["out"]}])"),
          "steps[0].inputs: unknown name 'out'"},
+        // Deep nesting once exhausted the stack.
+        {"{\"zz\": " + std::string(200000, '[') + std::string(200000, ']') + ", \"a\": 1}",
+         "arrays and objects are nested more than 64 levels deep"},
     };
     for (const Case& c : cases) {
         std::string error;
