@@ -48,23 +48,21 @@ void fillKey(Graph& graph, int keyIdx, const std::function<double(const Graph::E
     });
 }
 
-/// The chain from leaf through nodes with at most two neighbours, when it ends at a branching node
-/// (which is not part of it). Empty when the chain ends at a dead end: the component is a plain path,
-/// and removing it would remove the whole component.
+/// The chain from leaf through nodes with at most two neighbours, up to the first branching node (which
+/// is not part of it), or the whole path when it ends at another leaf (an isolated chain, such as a ring
+/// that was cut open).
 std::vector<unsigned long> danglingChain(const Graph& graph, unsigned long leaf) {
     std::vector<unsigned long> chain{leaf};
     unsigned long previous = leaf;
     unsigned long current = graph.neighborhood(leaf).begin()->first;
-    while (graph.degree(current, Graph::Total) <= 2) {
-        if (current == leaf || graph.degree(current, Graph::Total) < 2)
-            return {};
+    while (current != leaf && graph.degree(current, Graph::Total) <= 2) {
         chain.push_back(current);
         unsigned long next = previous;
         for (const auto& entry : graph.neighborhood(current))
             if (entry.first != previous)
                 next = entry.first;
         if (next == previous)
-            return {};
+            break; // the far leaf of an isolated chain, such as an opened ring: all of it goes
         previous = current;
         current = next;
     }

@@ -18,9 +18,12 @@ namespace Tarnwick {
 
 namespace {
 
+/// What a walk does at a node: stop there, go on without it, or take it as a candidate and go on.
+enum class Step { Stop, Pass, Take };
+
 /// Walks from every leaf and removes the nodes of the walks that `walk` accepts. Walk provides
-/// start() (a new walk begins), advance(id, node, nextId, next) (true: the node is a candidate and the walk
-/// goes on to next; false: stop) and accept() (whether the candidates are removed).
+/// start() (a new walk begins), advance(id, node, nextId, next) (a Step towards next) and accept()
+/// (whether the candidates are removed).
 template <typename Walk>
 void removeTerminalPaths(Graph& graph, Walk& walk) {
     std::vector<unsigned long> removal;
@@ -36,9 +39,11 @@ void removeTerminalPaths(Graph& graph, Walk& walk) {
                            const std::vector<unsigned long>& nextIds) -> const Graph::NodeInfo* {
                            if (graph.neighborhood(id).size() > 2 || next.empty())
                                return nullptr;
-                           if (!walk.advance(id, node, nextIds.front(), *next.front()))
+                           const Step step = walk.advance(id, node, nextIds.front(), *next.front());
+                           if (step == Step::Stop)
                                return nullptr;
-                           candidates.push_back(id);
+                           if (step == Step::Take)
+                               candidates.push_back(id);
                            return next.front();
                        });
         if (walk.accept())
@@ -55,9 +60,9 @@ class ThresholdWalk {
 public:
     explicit ThresholdWalk(double threshold) : m_threshold(threshold) {}
     void start() { m_length = 0.0; }
-    bool advance(unsigned long, const Graph::NodeInfo& node, unsigned long, const Graph::NodeInfo& next) {
+    Step advance(unsigned long, const Graph::NodeInfo& node, unsigned long, const Graph::NodeInfo& next) {
         m_length += (next.position - node.position).norm();
-        return !(m_length > m_threshold);
+        return m_length > m_threshold ? Step::Stop : Step::Take;
     }
     bool accept() const { return m_threshold > m_length; }
 
@@ -77,14 +82,14 @@ public:
         m_length = 0.0;
         m_maxDistance = 0.0;
     }
-    bool advance(unsigned long, const Graph::NodeInfo& node, unsigned long, const Graph::NodeInfo& next) {
+    Step advance(unsigned long, const Graph::NodeInfo& node, unsigned long, const Graph::NodeInfo& next) {
         const Eigen::Vector3d from = world(node.position);
         const Eigen::Vector3d difference = world(next.position) - from;
         m_length += difference.norm();
         // Half the world-space step is added to the pixel coordinate of the near node unscaled.
         const Eigen::Vector3d sample = (m_worldToPixel * from.homogeneous()).head<3>() + 0.5 * difference;
         m_maxDistance = std::max(m_maxDistance, m_distances.interpolatedValue(sample, 0));
-        return !(m_length > m_maxDistance * m_sensitivity);
+        return m_length > m_maxDistance * m_sensitivity ? Step::Stop : Step::Take;
     }
     bool accept() const { return m_sensitivity * m_maxDistance > m_length; }
 
@@ -101,15 +106,16 @@ private:
     double m_maxDistance = 0.0;
 };
 
-/// Goes on while the edge ahead is thinner than the threshold; every walk is accepted.
+/// Walks on to the branching node (or the other leaf) and takes every node whose edge ahead is thinner
+/// than the threshold; every walk is accepted.
 class ThinEdgeWalk {
 public:
     ThinEdgeWalk(const Graph& graph, int diameterIdx, double threshold)
         : m_graph(graph), m_column(static_cast<std::size_t>(diameterIdx)), m_threshold(threshold) {}
     void start() {}
-    bool advance(unsigned long id, const Graph::NodeInfo&, unsigned long nextId, const Graph::NodeInfo&) {
+    Step advance(unsigned long id, const Graph::NodeInfo&, unsigned long nextId, const Graph::NodeInfo&) {
         const std::optional<Graph::EdgeInfo>& edge = m_graph.edge(id, nextId);
-        return edge && edge->features[m_column] < m_threshold;
+        return edge && edge->features[m_column] < m_threshold ? Step::Take : Step::Pass;
     }
     bool accept() const { return true; }
 

@@ -44,9 +44,9 @@ public:
     /// false, changing nothing, when the set has no float image.
     static bool removePathsDistanceBased(Graph& graph, SharedImageSet* distanceImage, double sensitivity);
 
-    /// Removes the thin tip of every terminal path: walking from the leaf while the edge ahead has a
-    /// "diameter" below threshold, up to a branching node or another leaf, each such edge's node nearer
-    /// the leaf is removed. Returns false, changing nothing, when the graph has no "diameter".
+    /// Removes the thin parts of every terminal path: walking from the leaf up to a branching node or
+    /// another leaf, past thick edges too, the node nearer the leaf of every edge whose "diameter" is
+    /// below threshold is removed. Returns false, changing nothing, when the graph has no "diameter".
     static bool removeThinTerminalEdges(Graph& graph, double threshold);
 
     Parameter<Mode> mode{"mode", GlobalThreshold, this};

@@ -97,18 +97,32 @@ TEST(PruneTerminalPathsTest, SpursMeetingAtOneNodeAreJudgedOnTheUnprunedGraph) {
     EXPECT_EQ(graph->degree(1, Graph::Total), 1u) << "node 1 is now a leaf but is not revisited";
 }
 
-TEST(PruneTerminalPathsTest, ThinTerminalEdgesAreRemovedUpToTheFirstThickEdge) {
-    auto graph = lineWithSpur(10, 5, {{4, 1, 0}, {4, 2, 0}, {4, 3, 0}});
-    const int diameter = *graph->getEdgeFeatureIdx("diameter");
-    graph->editEachEdge([&](Graph::EdgeInfo& edge, unsigned long, unsigned long) { edge.features[diameter] = 4.0; });
-    // Spur 5 - 11 - 12 - 13: the outer two edges are thin, the one into the branching node is not.
-    graph->editEdge(11, 12, [&](Graph::EdgeInfo& edge) { edge.features[diameter] = 1.0; });
-    graph->editEdge(12, 13, [&](Graph::EdgeInfo& edge) { edge.features[diameter] = 1.0; });
-    // The far end of the line: a thin edge 9 - 10 at leaf 10.
-    graph->editEdge(9, 10, [&](Graph::EdgeInfo& edge) { edge.features[diameter] = 1.0; });
-    EXPECT_TRUE(PruneTerminalPathsAlgorithm::removeThinTerminalEdges(*graph, 2.0));
-    EXPECT_EQ(ids(*graph), (std::vector<unsigned long>{1, 2, 3, 4, 5, 6, 7, 8, 9, 11}));
-    EXPECT_TRUE(graphIsConsistent(*graph));
+// The walk from a leaf goes on past thick edges to the branching node; the near node of every thin
+// edge on the way is removed.
+TEST(PruneTerminalPathsTest, ThinTerminalEdgesAreRemovedAllTheWayToTheBranchingNode) {
+    struct Case {
+        double leafEdge, middleEdge, branchEdge; // diameters of the spur 13 - 12 - 11 - 5, from its leaf
+        std::vector<unsigned long> kept;
+    };
+    const Case cases[] = {
+        {1.0, 1.0, 4.0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 11}},
+        {4.0, 1.0, 1.0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 13}},
+        {1.0, 4.0, 1.0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 12}},
+    };
+    for (const Case& c : cases) {
+        auto graph = lineWithSpur(10, 5, {{4, 1, 0}, {4, 2, 0}, {4, 3, 0}});
+        const int diameter = *graph->getEdgeFeatureIdx("diameter");
+        graph->editEachEdge(
+            [&](Graph::EdgeInfo& edge, unsigned long, unsigned long) { edge.features[diameter] = 4.0; });
+        graph->editEdge(12, 13, [&](Graph::EdgeInfo& edge) { edge.features[diameter] = c.leafEdge; });
+        graph->editEdge(11, 12, [&](Graph::EdgeInfo& edge) { edge.features[diameter] = c.middleEdge; });
+        graph->editEdge(5, 11, [&](Graph::EdgeInfo& edge) { edge.features[diameter] = c.branchEdge; });
+        // The far end of the line: a thin edge 9 - 10 at leaf 10.
+        graph->editEdge(9, 10, [&](Graph::EdgeInfo& edge) { edge.features[diameter] = 1.0; });
+        EXPECT_TRUE(PruneTerminalPathsAlgorithm::removeThinTerminalEdges(*graph, 2.0));
+        EXPECT_EQ(ids(*graph), c.kept) << c.leafEdge << " " << c.middleEdge << " " << c.branchEdge;
+        EXPECT_TRUE(graphIsConsistent(*graph));
+    }
 
     LogCapture log;
     Graph withoutDiameter(Graph::Undirected, Graph::Dim3D);

@@ -1,6 +1,7 @@
 #include "../GraphComparison.h"
 #include "../IO/IOTestGraphs.h"
 
+#include <TarnwickCore/Resource.h>
 #include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
@@ -18,7 +19,6 @@
 #include <TarnwickGraph/Plugin/GraphDataAnnotationFactory.h>
 #include <TarnwickGraph/Plugin/GraphPlugin.h>
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
-#include <TarnwickCore/Resource.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Data/Mesh.h>
 #include <TarnwickLib/Data/PointCloud.h>
@@ -28,6 +28,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 extern "C" {
 Tarnwick::PluginBase* tarnwickCreatePlugin();
@@ -93,20 +97,24 @@ TEST(GraphPluginFactory, RegistersInCatalogueOrderWithExactNames) {
         {"TransferGraphFeatureToMeshAlgorithm", "Graph;Transfer Graph Feature To Mesh"},
         {"GraphToLabelMapAlgorithm", "Graph;Graph To Label Map"},
     };
+    // Entries not built yet: each must be absent (an expected failure), so the list shrinks as they land.
+    const std::set<std::string> notYetBuilt = {"DrawGraphAlgorithm"};
+    std::vector<std::pair<std::string, std::string>> expected;
+    for (const auto& [id, menuName] : catalogue)
+        if (!notYetBuilt.count(id))
+            expected.emplace_back(id, menuName);
     GraphPluginFactory factory;
     EXPECT_EQ(factory.name(), "Graph");
-    ASSERT_NE(factory.entry("GraphMLIo"), nullptr);
-    // Algorithms join the factory one by one; whatever is registered follows the catalogue.
-    const auto* next = std::begin(catalogue);
+    std::vector<std::pair<std::string, std::string>> registered;
     for (const auto& entry : factory.entries()) {
-        next = std::find_if(next, std::end(catalogue), [&](const auto& row) { return entry.id == row.first; });
-        ASSERT_NE(next, std::end(catalogue)) << entry.id << " is unknown or out of catalogue order";
-        EXPECT_EQ(entry.menuName, next->second);
+        registered.emplace_back(entry.id, entry.menuName);
         EXPECT_EQ(entry.flags, 0) << entry.id;
         EXPECT_TRUE(entry.presets.empty()) << entry.id;
         EXPECT_NE(entry.createCompatible, nullptr) << entry.id;
-        ++next;
     }
+    EXPECT_EQ(registered, expected) << "every catalogue entry, in catalogue order";
+    for (const std::string& id : notYetBuilt)
+        EXPECT_EQ(factory.entry(id), nullptr) << id << " is registered now: remove it from notYetBuilt";
 }
 
 template <class T>
