@@ -12,6 +12,8 @@
 #include <CLI/App.hpp>
 #include <fmt/format.h>
 
+#include <filesystem>
+
 namespace Tarnwick::Cli {
 
 namespace {
@@ -50,6 +52,20 @@ bool saveResults(const std::vector<std::string>& paths, const DataList& results)
     return ok;
 }
 
+/// Checks before anything runs that the folder of every output exists, so that a run never reports
+/// success and then fails on the save; false with the reason logged.
+bool outputFoldersExist(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+        std::error_code code;
+        if (!folder.empty() && !std::filesystem::is_directory(folder, code)) {
+            TW_LOG_ERROR("Cannot save '{}': the folder '{}' does not exist", path, folder.string());
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 CLI::App* RunCommand::declare(CLI::App& app) {
@@ -75,7 +91,7 @@ int RunCommand::run(CommandContext&) {
 
 int RunCommand::runAlgorithm() {
     std::vector<AlgorithmRun::Setting> settings;
-    if (!parseSettings(m_settings, settings) || !AlgorithmRun::isKnown(m_target))
+    if (!parseSettings(m_settings, settings) || !AlgorithmRun::isKnown(m_target) || !outputFoldersExist(m_outputs))
         return refused;
     DataStore store;
     DataList inputs;

@@ -9,6 +9,8 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
+
 namespace Tarnwick::Cli {
 
 namespace {
@@ -28,6 +30,17 @@ int WorkspaceRun::run(const std::string& path) {
         if (!FactoryRegistry::get().findAlgorithm(workspace->steps[i].algorithm)) {
             TW_LOG_ERROR("Cannot run workspace '{}': steps[{}] names the unknown algorithm '{}'", path, i,
                          workspace->steps[i].algorithm);
+            return refused;
+        }
+    }
+    // The folders of the saved files are made first, so that a run never fails at its very end.
+    for (const auto& target : workspace->save) {
+        const std::filesystem::path folder = std::filesystem::path(target.path).parent_path();
+        std::error_code code;
+        if (!folder.empty() && !std::filesystem::is_directory(folder, code) &&
+            !std::filesystem::create_directories(folder, code)) {
+            TW_LOG_ERROR("Cannot run workspace '{}': cannot create the folder '{}' for '{}': {}", path, folder.string(),
+                         target.path, code.message());
             return refused;
         }
     }

@@ -97,6 +97,15 @@ TEST_F(CliRun, GraphsTravelBetweenFormats) {
     ASSERT_EQ(save.exitCode, 0) << save.err;
     EXPECT_EQ(readFile(graphml), readFile(smallTree));
     EXPECT_EQ(readFile(copy), readFile(tnw));
+
+    // An output folder that does not exist stops the run before it reports anything as done.
+    const std::string lost = m_dir.file("missing/tree.tnw");
+    const CliResult refused = cli({"run", "GraphMLIo", "--set", "location=" + smallTree, "-o", lost});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_FALSE(contains(refused.out, "status 0 (success)")) << refused.out;
+    EXPECT_TRUE(
+        contains(refused.err, "Cannot save '" + lost + "': the folder '" + m_dir.file("missing") + "' does not exist"))
+        << refused.err;
 }
 
 TEST_F(CliRun, ParametersAreCheckedAndOutputsSaved) {
@@ -146,7 +155,7 @@ TEST_F(CliRun, WorkspacesRunAPipelineFromOneFile) {
         ],
         "save": [{"name": "tree", "file": "results/tree.tnw"}, {"name": "second", "file": "second.tnw"}]
     })";
-    std::filesystem::create_directory(m_dir.file("results"));
+    // The folder "results" does not exist yet: the run makes it before the first step.
     const CliResult result = cli({"run", m_dir.file("pipeline.tws")});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_TRUE(contains(result.out, "Step 1 of 2: GraphMLIo\n")) << result.out;

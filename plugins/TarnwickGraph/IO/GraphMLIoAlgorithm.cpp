@@ -64,23 +64,24 @@ bool GraphMLIoAlgorithm::saveToGraphML(const Graph& graph, const std::string& pa
         TW_LOG_ERROR("Failed to open '{}'.", path);
         return false;
     }
+    // The task ends only once the file is in place, so that "done" never precedes a failed rename.
     if (progress)
         progress->start("Writing GraphML");
     try {
-        if (!GraphMLWriter::write(graph, p_exportFeatures, file.stream()))
-            error = "the file could not be written";
-        else if (!file.commit(error) && error.empty())
-            error = "the file could not be replaced";
+        if (!GraphMLWriter::write(graph, p_exportFeatures, file.stream())) {
+            const std::string cause = file.writeError();
+            error = "cannot write '" + path + "': " + (cause.empty() ? "the stream failed" : cause);
+        } else {
+            file.commit(error);
+        }
     } catch (const std::exception& exception) {
         error = exception.what();
     }
+    if (!error.empty())
+        TW_LOG_ERROR("Failed to write GraphML: {}", error);
     if (progress)
         progress->end();
-    if (!error.empty()) {
-        TW_LOG_ERROR("Failed to write GraphML: {}", error);
-        return false;
-    }
-    return true;
+    return error.empty();
 }
 
 } // namespace Tarnwick

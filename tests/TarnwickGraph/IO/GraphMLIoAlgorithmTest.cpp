@@ -4,12 +4,14 @@
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 
+#include <TarnwickCore/Progress.h>
 #include <TarnwickGraph/IO/GraphMLIoAlgorithm.h>
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 namespace Tarnwick {
@@ -19,6 +21,13 @@ using Test::LogCapture;
 using Test::makeRichGraph;
 using Test::sameContent;
 using Test::TempDir;
+
+/// Calls onEnd when a task ends.
+struct EndRecorder : Progress {
+    std::function<void()> onEnd;
+    bool ended = false;
+    void taskEnded(const Task&, int) override { onEnd(); }
+};
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path);
@@ -107,12 +116,27 @@ TEST(GraphMLIoAlgorithm, AFailedSaveLeavesTheExistingFileAlone) {
     EXPECT_EQ(readFile(dir.file("blocked.graphml/keep.txt")), "keep");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2) << "no temporary file left";
 
+    // The progress task of a failed save ends only after the failure is reported, so that a progress
+    // display never shows it done first.
+    log.clear();
+    EndRecorder progress;
+    progress.onEnd = [&] { progress.ended = !log.errors().empty(); };
+    EXPECT_FALSE(saver.saveToGraphML(*graph, dir.file("blocked.graphml"), &progress));
+    EXPECT_TRUE(progress.ended) << "the task ended before the failure was reported";
+
     // Saving again over the good file replaces it completely.
     graph->addNode({});
     saver.setLocation(dir.file("tree.graphml"));
     saver.compute();
     EXPECT_EQ(saver.status(), Algorithm::Success);
     EXPECT_NE(readFile(dir.file("tree.graphml")), before);
+
+    // Without a location nothing is written.
+    log.clear();
+    saver.setLocation("");
+    saver.compute();
+    EXPECT_EQ(saver.status(), Algorithm::Error);
+    EXPECT_EQ(log.errors(), std::vector<std::string>{"Failed to open ''."});
 }
 
 } // namespace
