@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <istream>
 #include <optional>
@@ -173,9 +174,13 @@ struct KeySet {
     std::vector<Graph::FeatureDescriptor> features;
     Eigen::Vector3d positionDefault = Eigen::Vector3d::Zero();
 
-    void declareFeature(const std::string& id, double defaultValue) {
-        if (slots.try_emplace(id, Slot{false, static_cast<int>(features.size())}).second)
-            features.push_back({id, defaultValue});
+    /// Values of key `id` go to the feature `name`; keys of the same name share one feature.
+    void declareFeature(const std::string& id, const std::string& name, double defaultValue) {
+        const auto existing = std::find_if(features.begin(), features.end(),
+                                           [&](const Graph::FeatureDescriptor& f) { return f.name == name; });
+        const int index = static_cast<int>(existing - features.begin());
+        if (slots.try_emplace(id, Slot{false, index}).second && existing == features.end())
+            features.push_back({name, defaultValue});
     }
     std::vector<double> featureDefaults() const {
         std::vector<double> values;
@@ -192,17 +197,39 @@ struct Keys {
     bool threeDimensional = false;
 };
 
+bool isPositionName(std::optional<std::string_view> name) {
+    return name == "x" || name == "y" || name == "z";
+}
+
+/// Keys name their values by id. Some writers number their key ids ("d0", "v_x") and put the name in
+/// attr.name: when no node key id names a position but an attr.name does, every key is named by its
+/// attr.name (by its id where it has none).
+bool namesByAttrName(const Element& graphml) {
+    bool positionId = false, positionAttrName = false;
+    for (const Element* key = graphml.first_node("key"); key; key = key->next_sibling("key")) {
+        if (attribute(*key, "for") != "node")
+            continue;
+        positionId = positionId || isPositionName(attribute(*key, "id"));
+        positionAttrName = positionAttrName || isPositionName(attribute(*key, "attr.name"));
+    }
+    return !positionId && positionAttrName;
+}
+
 Keys readKeys(const Element& graphml) {
     Keys keys;
     // x and y always place nodes; z only once the file declares it (a 3-D graph).
     keys.node.slots["x"] = Slot{true, 0};
     keys.node.slots["y"] = Slot{true, 1};
+    const bool byAttrName = namesByAttrName(graphml);
+    if (byAttrName)
+        TW_LOG_INFO("No GraphML key id names a node position; keys are mapped by their attr.name instead");
     std::string storage;
     for (const Element* key = graphml.first_node("key"); key; key = key->next_sibling("key")) {
         const auto found = attribute(*key, "id");
         if (!found)
             throw std::runtime_error("a key element has no id");
         const std::string id(*found);
+        const std::string name(byAttrName ? attribute(*key, "attr.name").value_or(*found) : *found);
         double defaultValue = 0.0;
         if (const Element* defaultElement = key->first_node("default")) {
             const std::string_view text = elementText(*defaultElement, storage);
@@ -214,15 +241,17 @@ Keys readKeys(const Element& graphml) {
         }
         const auto owner = attribute(*key, "for");
         if (owner == "edge") {
-            keys.edge.declareFeature(id, defaultValue);
+            keys.edge.declareFeature(id, name, defaultValue);
         } else if (owner == "node") {
-            if (id == "x" || id == "y" || id == "z") {
-                const int component = id[0] - 'x';
+            if (isPositionName(name)) {
+                const int component = name[0] - 'x';
+                if (!std::isfinite(defaultValue))
+                    throw std::runtime_error("default value of position key '" + id + "' is not a finite number");
                 keys.node.slots[id] = Slot{true, component};
                 keys.node.positionDefault[component] = defaultValue;
                 keys.threeDimensional = keys.threeDimensional || component == 2;
             } else {
-                keys.node.declareFeature(id, defaultValue);
+                keys.node.declareFeature(id, name, defaultValue);
             }
         }
         // Keys for the graph or for all elements carry no node or edge values.
@@ -259,6 +288,26 @@ private:
     std::string m_text;
 };
 
+/// The coordinate frame a graph-level data element names (key "coordinateFrame", or a graph key of that
+/// attr.name): true for "RAS", false for "LPS" or no marker (files written before the marker: LPS).
+bool readsRasFrame(const Element& graphml, const Element& graphElement) {
+    std::string text;
+    for (const Element* data = graphElement.first_node("data"); data; data = data->next_sibling("data")) {
+        const auto key = attribute(*data, "key");
+        bool isFrame = key == "coordinateFrame";
+        for (const Element* k = graphml.first_node("key"); k && key && !isFrame; k = k->next_sibling("key"))
+            isFrame = attribute(*k, "id") == key && attribute(*k, "for") == "graph" &&
+                      attribute(*k, "attr.name") == "coordinateFrame";
+        if (!isFrame)
+            continue;
+        const std::string_view frame = elementText(*data, text);
+        if (frame == "RAS" || frame == "LPS")
+            return frame == "RAS";
+        throw std::runtime_error("unknown coordinate frame '" + std::string(frame) + "' (LPS or RAS)");
+    }
+    return false;
+}
+
 std::unique_ptr<Graph> buildGraph(const rx::xml_document<char>& document) {
     const Element* graphml = document.first_node("graphml");
     if (!graphml)
@@ -274,6 +323,9 @@ std::unique_ptr<Graph> buildGraph(const rx::xml_document<char>& document) {
     if (!graphElement)
         throw std::runtime_error("no graph element");
     graph->setType(attribute(*graphElement, "edgedefault") == "directed" ? Graph::Directed : Graph::Undirected);
+    // RAS positions: the LPS-to-RAS mirror (its own inverse) places them in the LPS world.
+    if (readsRasFrame(*graphml, *graphElement))
+        graph->setMatrixToWorld(Eigen::Vector4d(-1, -1, 1, 1).asDiagonal());
 
     DataReader data;
     std::unordered_map<std::string, unsigned long> nodeIds;
@@ -289,6 +341,9 @@ std::unique_ptr<Graph> buildGraph(const rx::xml_document<char>& document) {
         data.read(
             *element, keys.node,
             [&](Slot slot, double value) {
+                if (slot.isPosition && !std::isfinite(value))
+                    throw std::runtime_error("node '" + entry->first + "': position " + "xyz"[slot.index] +
+                                             " is not a finite number");
                 (slot.isPosition ? node.position[slot.index] : node.features[slot.index]) = value;
             },
             [&] { return "node '" + entry->first + "'"; });

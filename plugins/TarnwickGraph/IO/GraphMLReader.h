@@ -17,6 +17,9 @@ class Graph;
 ///   is a node feature and every edge key an edge feature, in file order. A key's `default` child, when
 ///   present, is the feature's default value; otherwise 0.
 /// - `graph`: edgedefault "directed" gives a directed graph, anything else or nothing an undirected one.
+///   A graph `data` element of key "coordinateFrame" with the text "RAS" marks RAS positions: the graph's
+///   matrixToWorld becomes the LPS-to-RAS mirror diag(-1, -1, 1). "LPS" or no marker leaves it the identity;
+///   any other text is an error.
 /// - `node` elements in file order: any string id; `data` children set position and features. Nodes get
 ///   the ids Graph::addNode assigns; file ids are only used to resolve edges.
 /// - `edge` elements: source and target name nodes by their file ids; `data` children set features.

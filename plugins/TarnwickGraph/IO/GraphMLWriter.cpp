@@ -136,14 +136,20 @@ bool GraphMLWriter::write(const Graph& graph, bool exportFeatures, std::ostream&
             writeKey(writer, descriptor.name, "edge");
     }
 
+    // A graph placed by the LPS-to-RAS mirror holds RAS positions: the file says so.
+    const bool ras = graph.matrixToWorld() == Eigen::Matrix4d(Eigen::Vector4d(-1, -1, 1, 1).asDiagonal());
+    if (ras)
+        writer.text("    <key id=\"coordinateFrame\" for=\"graph\" attr.name=\"coordinateFrame\" attr.type=\"string\"/>\n");
     writer.text("    <graph id=\"G\" edgedefault=\"");
     writer.text(graph.type() == Graph::Directed ? "directed" : "undirected");
     // An element with attributes only is closed in its start tag.
-    if (graph.numNodes() == 0) {
+    if (graph.numNodes() == 0 && !ras) {
         writer.text("\"/>\n</graphml>\n");
         return writer.flush();
     }
     writer.text("\">\n");
+    if (ras)
+        writer.text("        <data key=\"coordinateFrame\">RAS</data>\n");
     const std::string xTag = dataStartTag("x"), yTag = dataStartTag("y"), zTag = dataStartTag("z");
     const std::vector<std::string> nodeFeatureTags =
         nodeFeatures ? dataStartTags(graph.nodeFeatureDescriptors()) : std::vector<std::string>();

@@ -23,6 +23,7 @@ namespace Tarnwick {
 namespace {
 
 using Test::graphIsConsistent;
+using Test::LogCapture;
 using Test::makeRichGraph;
 using Test::toGraphML;
 using Json = nlohmann::json;
@@ -143,16 +144,6 @@ TEST_F(GraphMLInterop, NetworkXAndIgraphReadOurFilesWithEveryValueAsADouble) {
     }
 }
 
-std::vector<double> nodeFeatureValues(const Graph& graph, unsigned long id) {
-    std::vector<double> values;
-    graph.forEachNode([&](unsigned long node, const Graph::NodeInfo& info) {
-        if (node == id)
-            values = info.features;
-    });
-    std::sort(values.begin(), values.end());
-    return values;
-}
-
 TEST_F(GraphMLInterop, NetworkXFilesWithNamedKeysLoadWithPositions) {
     auto graph = readTheirs("networkx-named");
     ASSERT_TRUE(graph);
@@ -172,33 +163,29 @@ TEST_F(GraphMLInterop, NetworkXFilesWithNamedKeysLoadWithPositions) {
     EXPECT_EQ(graph->edge(3, 2)->features, std::vector<double>{2.5});
 }
 
-TEST_F(GraphMLInterop, NetworkXDefaultKeyIdsBecomeFeatureNames) {
-    // The key id, not attr.name, names a value, so d0, d1, ... are features and no node is placed.
-    auto graph = readTheirs("networkx");
-    ASSERT_TRUE(graph);
-    EXPECT_TRUE(graphIsConsistent(*graph));
-    EXPECT_EQ(graph->dimension(), Graph::Dim2D);
-    ASSERT_EQ(graph->nodeFeatureDescriptors().size(), 3u);
-    for (const auto& descriptor : graph->nodeFeatureDescriptors())
-        EXPECT_EQ(descriptor.name[0], 'd');
-    EXPECT_EQ(nodeFeatureValues(*graph, 2), (std::vector<double>{1.5, 3.0, 4.0}));
-    EXPECT_EQ(graph->numEdges(), 2u);
-}
-
-TEST_F(GraphMLInterop, IgraphFilesLoadAsDirectedGraphsWithPrefixedFeatures) {
-    auto graph = readTheirs("igraph");
-    ASSERT_TRUE(graph);
-    EXPECT_TRUE(graphIsConsistent(*graph));
-    EXPECT_EQ(graph->type(), Graph::Directed);
-    EXPECT_EQ(graph->dimension(), Graph::Dim2D);
-    std::set<std::string> names;
-    for (const auto& descriptor : graph->nodeFeatureDescriptors())
-        names.insert(descriptor.name);
-    EXPECT_EQ(names, (std::set<std::string>{"v_x", "v_y", "v_radius"}));
-    EXPECT_EQ(nodeFeatureValues(*graph, 3), (std::vector<double>{2.5, 5.0, 6.0}));
-    ASSERT_TRUE(graph->edge(2, 3));
-    EXPECT_FALSE(graph->edge(3, 2));
-    EXPECT_EQ(graph->edge(2, 3)->features, std::vector<double>{2.5});
+// NetworkX's default key ids (d0, d1, ...) and igraph's (v_x, e_weight) name nothing; their attr.name
+// names the positions and features.
+TEST_F(GraphMLInterop, DefaultWriterKeyIdsAreMappedByAttrName) {
+    for (const char* style : {"networkx", "igraph"}) {
+        SCOPED_TRACE(style);
+        LogCapture log;
+        auto graph = readTheirs(style);
+        ASSERT_TRUE(graph);
+        EXPECT_TRUE(log.contains("No GraphML key id names a node position; keys are mapped by their attr.name instead",
+                                 Log::Info));
+        EXPECT_TRUE(graphIsConsistent(*graph));
+        EXPECT_EQ(graph->type(), std::string(style) == "igraph" ? Graph::Directed : Graph::Undirected);
+        EXPECT_EQ(graph->dimension(), Graph::Dim2D);
+        EXPECT_EQ(graph->nodeFeatureDescriptors(), (std::vector<Graph::FeatureDescriptor>{{"radius", 0.0}}));
+        EXPECT_EQ(graph->edgeFeatureDescriptors(), (std::vector<Graph::FeatureDescriptor>{{"weight", 0.0}}));
+        std::vector<Graph::NodeInfo> nodes;
+        graph->forEachNode([&](unsigned long, const Graph::NodeInfo& node) { nodes.push_back(node); });
+        ASSERT_EQ(nodes.size(), 3u);
+        EXPECT_EQ(nodes[0], Graph::NodeInfo(Eigen::Vector3d(1, 2, 0), {0.5}));
+        EXPECT_EQ(nodes[2], Graph::NodeInfo(Eigen::Vector3d(5, 6, 0), {2.5}));
+        ASSERT_TRUE(graph->edge(2, 3));
+        EXPECT_EQ(graph->edge(2, 3)->features, std::vector<double>{2.5});
+    }
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <cmath>
 #include <limits>
 #include <sstream>
+#include <tuple>
 
 namespace Tarnwick {
 namespace {
@@ -159,7 +160,7 @@ TEST(GraphMLRoundTrip, DoublesAreExact) {
                              -0.0,
                              5e-324,
                              std::numeric_limits<double>::max(),
-                             -std::numeric_limits<double>::infinity(),
+                             -std::numeric_limits<double>::max(),
                              123456789.123456789};
     Graph graph(Graph::Undirected, Graph::Dim3D);
     for (double v : values)
@@ -203,6 +204,40 @@ TEST(GraphMLReading, StringIdsDefaultsAndDirection) {
         EXPECT_EQ(nodes[0], Graph::NodeInfo(Eigen::Vector3d(1, 2, 0), {0.5}));
         EXPECT_EQ(nodes[1], Graph::NodeInfo(Eigen::Vector3d(3, 0, 0), {0.0}));
         EXPECT_EQ(nodes[2], Graph::NodeInfo(Eigen::Vector3d(0, 0, 0), {0.0}));
+    }
+}
+
+// Writers that number their key ids (d0, d1, ... or v_x) name positions and features in attr.name.
+TEST(GraphMLReading, NumberedKeyIdsAreMappedByAttrName) {
+    const std::string body = "<node id=\"a\"><data key=\"k0\">1</data><data key=\"k1\">2</data>"
+                             "<data key=\"k2\">3</data><data key=\"k3\">0.5</data></node>\n"
+                             "<node id=\"b\"/><edge source=\"a\" target=\"b\"><data key=\"k4\">7</data></edge>\n";
+    for (const std::string prefix : {"d", "v_"}) {
+        SCOPED_TRACE(prefix);
+        std::string keys;
+        for (const auto& [index, owner, name] : {std::tuple{0, "node", "x"},
+                                                 {1, "node", "y"},
+                                                 {2, "node", "z"},
+                                                 {3, "node", "radius"},
+                                                 {4, "edge", "weight"}})
+            keys += "<key id=\"" + prefix + std::to_string(index) + "\" for=\"" + owner + "\" attr.name=\"" + name +
+                    "\" attr.type=\"double\"/>\n";
+        std::string text = document(keys, "", body);
+        for (std::size_t at; (at = text.find("\"k")) != std::string::npos;)
+            text.replace(at + 1, 1, prefix);
+        LogCapture log;
+        auto graph = readText(text);
+        ASSERT_TRUE(graph);
+        EXPECT_TRUE(log.contains("No GraphML key id names a node position; keys are mapped by their attr.name instead",
+                                 Log::Info));
+        EXPECT_EQ(graph->dimension(), Graph::Dim3D);
+        Eigen::Vector3d first = Eigen::Vector3d::Zero();
+        graph->forEachNode(
+            [&](unsigned long id, const Graph::NodeInfo& node) { first = id == 1 ? node.position : first; });
+        EXPECT_EQ(first, Eigen::Vector3d(1, 2, 3));
+        EXPECT_EQ(graph->nodeFeatureDescriptors(), (std::vector<Graph::FeatureDescriptor>{{"radius", 0.0}}));
+        EXPECT_EQ(graph->edgeFeatureDescriptors(), (std::vector<Graph::FeatureDescriptor>{{"weight", 0.0}}));
+        EXPECT_EQ(graph->edge(1, 2)->features, std::vector<double>{7.0});
     }
 }
 
@@ -305,6 +340,12 @@ TEST(GraphMLReading, BrokenFilesYieldNoGraphAndAClearMessage) {
         {document(keys, "", "<node/>\n"), "Error during parsing of file: a node element has no id"},
         {document("<key id=\"k\" for=\"node\"><default>big</default></key>", "", ""),
          "Error during parsing of file: default value 'big' of key 'k' is not a number"},
+        {document(keys, "", "<node id=\"a\"><data key=\"x\">nan</data></node>\n"),
+         "Error during parsing of file: node 'a': position x is not a finite number"},
+        {document(keys, "", "<node id=\"a\"><data key=\"y\">-inf</data></node>\n"),
+         "Error during parsing of file: node 'a': position y is not a finite number"},
+        {document("<key id=\"z\" for=\"node\"><default>inf</default></key>", "", ""),
+         "Error during parsing of file: default value of position key 'z' is not a finite number"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
