@@ -1,17 +1,17 @@
 #pragma once
 
 #include "Command.h"
-#include "ExtractionPipeline.h"
 
 #include <optional>
 #include <string>
 
 namespace Tarnwick::Cli {
 
-/// `extract IMAGE -o GRAPH`: the main job. Centerline extraction of a vessel mask, then the edge features
-/// "length" and "diameter" (measured against the input mask), then export by the output's extension
-/// (.graphml with world coordinates, LPS or with --ras RAS; .tnw with the graph's own placement).
-/// --stats prints counts, length, diameter range and the time of every stage.
+/// `extract IMAGE -o GRAPH`: the main job. Runs the graph plug-in's "VesselGraphExtraction" algorithm
+/// (input checks, centerline extraction, junction clean-up, edge features "length" and "diameter")
+/// through the catalogue and presents it: the output is checked before any work, written by its
+/// extension (.graphml with world coordinates, LPS or with --ras RAS and a frame marker; .tnw with the
+/// graph's own placement), and --stats prints the summary and the time of every stage.
 class ExtractCommand : public Command {
 public:
     CLI::App* declare(CLI::App& app) override;
@@ -20,7 +20,16 @@ public:
 private:
     std::string m_input;
     std::string m_output;
-    ExtractionSettings m_settings;
+    double m_minVesselDiameter = 1.0;
+    double m_graphSmoothing = 0.5;
+    double m_pruneSensitivity = 1.0;
+    bool m_removeCycles = false;
+    int m_closeHoles = 2;
+    std::optional<double> m_threshold;
+    bool m_invert = false;
+    std::optional<int> m_label;
+    std::optional<double> m_workingSpacing;
+    bool m_rawJunctions = false;
     bool m_ras = false;
     bool m_stats = false;
 };

@@ -8,11 +8,9 @@
 #include <TarnwickGraph/Algorithms/DiameterEstimation.h>
 #include <TarnwickGraph/Algorithms/PartitionGraphsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/PruneTerminalPathsAlgorithm.h>
-#include <TarnwickGraph/Plugin/GraphPluginFactory.h>
-#include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 
-#include "MaskDiameterMeasurement.h"
+#include <TarnwickGraph/Pipelines/MaskDiameterMeasurement.h>
 
 #include <benchmark/benchmark.h>
 
@@ -100,16 +98,12 @@ void BM_VesselDiametersMeasurementOnly(benchmark::State& state) {
     setPerEdge(state, *scene.graph);
 }
 
-/// As tarnwick-cli measures: the VesselDiameter mode through the catalogue, on a nearest-voxel view of the
-/// mask with rays stepping a sixteenth of a voxel.
+/// As the main job measures: the VesselDiameter mode on a nearest-voxel view of the mask with rays
+/// stepping a sixteenth of a voxel.
 void BM_MaskVesselDiameters(benchmark::State& state) {
     const Scene& scene = diameterScene();
-    GraphPluginFactory catalogue;
-    FactoryRegistry::get().addAlgorithmFactory(&catalogue);
-    const SharedImageSet mask(scene.image);
     for (auto _ : state)
-        benchmark::DoNotOptimize(Cli::measureVesselDiameters(*scene.graph, mask));
-    FactoryRegistry::get().removeAlgorithmFactory(&catalogue);
+        benchmark::DoNotOptimize(measureVesselDiameters(*scene.graph, *scene.image));
     setPerEdge(state, *scene.graph);
 }
 

@@ -1,9 +1,11 @@
 #include <TarnwickGraph/Plugin/GraphPlugin.h>
 
 #include <TarnwickGraph/IO/GraphTarnwickFilePlugin.h>
+#include <TarnwickGraph/Pipelines/GraphPipelinesFactory.h>
 #include <TarnwickGraph/Plugin/GraphDataAnnotationFactory.h>
 #include <TarnwickGraph/Plugin/GraphPluginControllerFactory.h>
 #include <TarnwickGraph/Plugin/GraphPluginFactory.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/IO/TarnwickFile.h>
 
 #include <TarnwickGraphResources.h>
@@ -20,6 +22,7 @@ GraphPlugin::GraphPlugin() = default;
 GraphPlugin::~GraphPlugin() {
     // The registry must forget the factories and the shader repository before they are destroyed.
     unregisterFactories();
+    FactoryRegistry::get().removeAlgorithmFactory(m_pipelinesFactory.get());
     Resource::removeRepository(m_resources.get());
 #if TARNWICK_WITH_GL
     DataDisplayHandlerFactory::instance().unregisterHandler(GraphDisplayHandler::handlerName);
@@ -31,6 +34,9 @@ int GraphPlugin::init() {
     m_controllerFactory = std::make_unique<GraphPluginControllerFactory>();
     m_algorithmFactory = std::make_unique<GraphPluginFactory>();
     registerFactories(m_algorithmFactory.get(), m_controllerFactory.get(), m_annotationFactory.get());
+    FactoryRegistry::get().removeAlgorithmFactory(m_pipelinesFactory.get());
+    m_pipelinesFactory = std::make_unique<GraphPipelinesFactory>();
+    FactoryRegistry::get().addAlgorithmFactory(m_pipelinesFactory.get());
     m_resources = TarnwickGraphResources();
     Resource::addRepository(m_resources);
 #if TARNWICK_WITH_GL

@@ -8,6 +8,7 @@ namespace Tarnwick {
 
 class GraphDataAnnotationFactory;
 class GraphPluginControllerFactory;
+class GraphPipelinesFactory;
 class GraphPluginFactory;
 class ResourceRepository;
 
@@ -23,7 +24,8 @@ public:
     GraphPlugin();
     ~GraphPlugin() override;
 
-    /// 1. creates the data-annotation, controller and algorithm factories and hands them to the host;
+    /// 1. creates the data-annotation, controller and algorithm factories and hands them to the host,
+    ///    then adds the second algorithm factory, "GraphPipelines" (the main job), to the registry;
     /// 2. registers the shader repository with Resource and, when built with OpenGL, the display handler
     ///    "Tarnwick.GraphDisplayHandler" with DataDisplayHandlerFactory;
     /// 3. registers the graph record (GraphTarnwickFilePlugin, type id 158323) with TarnwickFile.
@@ -37,6 +39,9 @@ private:
     std::unique_ptr<GraphDataAnnotationFactory> m_annotationFactory;
     std::unique_ptr<GraphPluginControllerFactory> m_controllerFactory;
     std::unique_ptr<GraphPluginFactory> m_algorithmFactory;
+    /// Registered with FactoryRegistry directly (the host hands over one algorithm factory per plug-in)
+    /// and removed again in the destructor.
+    std::unique_ptr<GraphPipelinesFactory> m_pipelinesFactory;
     /// The plug-in's shaders ("TarnwickGraph/GraphToLabelVessel.comp"), registered with Resource.
     std::shared_ptr<ResourceRepository> m_resources;
 };

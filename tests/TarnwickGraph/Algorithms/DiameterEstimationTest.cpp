@@ -10,7 +10,7 @@
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 
-#include "MaskDiameterMeasurement.h"
+#include <TarnwickGraph/Pipelines/MaskDiameterMeasurement.h>
 
 #include <gtest/gtest.h>
 
@@ -87,12 +87,12 @@ std::string setupName(const testing::TestParamInfo<TubeSetup>& info) {
 struct TubeErrors {
     double plain;    ///< plain method: median radius error in voxels of the coarsest axis (negative: too thin)
     double vessel;   ///< vessel method: the same
-    double measured; ///< the command line's mask measurement: median relative diameter error
+    double measured; ///< the main job's mask measurement: median relative diameter error
 };
 
 /// A tube of radius radiusVoxels (in voxels of the coarsest axis) around the curve of `setup`, measured on
 /// a centerline graph with one node per voxel along the curve: with both methods (the vessel method as
-/// mode VesselDiameter calls it) and with the command line's measurement.
+/// mode VesselDiameter calls it) and with the main job's measurement.
 TubeErrors measureTube(const TubeSetup& setup, double radiusVoxels) {
     const double voxel = setup.spacing.maxCoeff();
     const double radius = radiusVoxels * voxel;
@@ -150,8 +150,7 @@ TubeErrors measureTube(const TubeSetup& setup, double radiusVoxels) {
         [&](Graph& graph) { return DE::computeVesselDiameters(graph, *labels, true, 3, true, 0.5); }, false);
     const double measured = medianError(
         [&](Graph& graph) {
-            SharedImageSet mask(labels);
-            EXPECT_TRUE(Cli::measureVesselDiameters(graph, mask));
+            EXPECT_TRUE(measureVesselDiameters(graph, *labels));
             return graph.getEdgeFeatureIdx("diameter").value_or(0);
         },
         true);
@@ -172,7 +171,7 @@ protected:
 // Both methods read the voxel found by truncating the pixel coordinate, up to one voxel towards the
 // negative axes in this host's frame (voxel centres at whole numbers); the plain method stops at the first
 // ray out, the vessel method counts whole steps and trims long rays. Both therefore underestimate the
-// radius, by at most about 1.3 (plain) and 1 (vessel) voxels. The command line
+// radius, by at most about 1.3 (plain) and 1 (vessel) voxels. The main job
 // reads the nearest voxel with ray steps of a sixteenth of a voxel, which brings the diameter within 10 %.
 TEST_P(TubeAccuracyTest, RadiusErrorStaysWithinTheReadingBiasAndTheMaskMeasurementWithinTenPercent) {
     for (double radiusVoxels : {2.0, 3.0, 5.0, 10.0}) {
@@ -192,20 +191,6 @@ INSTANTIATE_TEST_SUITE_P(
                     TubeSetup{Shape::Oblique, {0.5, 0.5, 1}, true}, TubeSetup{Shape::Arc, {1, 1, 1}, true},
                     TubeSetup{Shape::Arc, {0.5, 0.5, 1}, false}),
     setupName);
-
-TEST(MaskDiameterMeasurementTest, RefusesAMissingImageAGraphlessSelectionAndAMissingPlugin) {
-    GraphPluginFactory catalogue;
-    FactoryRegistry::get().addAlgorithmFactory(&catalogue);
-    SharedImageSet mask(boxImage(ImageDescriptor(PixelType::UInt8, {8, 8, 8}), {2, 2, 0}, {5, 5, 7}, 1.0));
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    addPolyline(graph, {{0, 0, -1}, {0, 0, 1}});
-    LogCapture log;
-    EXPECT_FALSE(Cli::measureVesselDiameters(graph, SharedImageSet()));
-    EXPECT_FALSE(Cli::measureVesselDiameters(mask, mask));
-    FactoryRegistry::get().removeAlgorithmFactory(&catalogue);
-    EXPECT_FALSE(Cli::measureVesselDiameters(graph, mask));
-    EXPECT_EQ(log.errors().size(), 3u);
-}
 
 // --- behaviour of the ray casting --------------------------------------------------------------------
 

@@ -1,37 +1,22 @@
-// Accuracy of the main job (extraction, pruning, smoothing, measuring with the extract command's
-// defaults) on synthetic vessel trees with known centerlines and radii.
+// Accuracy of the main job (VesselGraphExtractionAlgorithm with its defaults: extraction, pruning,
+// smoothing, junction clean-up, measuring) on synthetic vessel trees with known centerlines and radii.
 #include <TarnwickGraph/Graph/Graph.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
+#include <TarnwickGraph/Pipelines/VesselGraphExtractionAlgorithm.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
-#include <TarnwickLib/Plugin/PluginBase.h>
+#include <TarnwickLib/Image/TypedImage.h>
 
 #include "../CenterlineScore.h"
-#include "ExtractionPipeline.h"
 #include "VesselPhantom.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 
-extern "C" Tarnwick::PluginBase* tarnwickCreatePlugin();
-
 namespace Tarnwick {
 namespace {
-
-/// Registers the graph plug-in's algorithms in the catalogue for the whole test program.
-class GraphPluginEnvironment : public testing::Environment {
-public:
-    void SetUp() override {
-        m_plugin.reset(tarnwickCreatePlugin());
-        ASSERT_EQ(m_plugin->init(), 0);
-    }
-    void TearDown() override { m_plugin.reset(); }
-
-private:
-    std::unique_ptr<PluginBase> m_plugin;
-};
-const testing::Environment* const environment = testing::AddGlobalTestEnvironment(new GraphPluginEnvironment);
 
 struct Extraction {
     std::unique_ptr<Graph> graph;
@@ -41,11 +26,11 @@ struct Extraction {
 Extraction extract(const VesselPhantom::Options& options, bool removeCycles = false) {
     const VesselPhantom phantom(options);
     SharedImageSet set(phantom.mask());
-    Cli::ExtractionSettings settings;
-    settings.removeCycles = removeCycles;
-    Progress progress;
+    VesselGraphExtractionAlgorithm job(set);
+    job.removeCycles = removeCycles;
+    job.compute();
     Extraction result;
-    result.graph.reset(dynamic_cast<Graph*>(Cli::extractCenterlines(set, settings, progress).release()));
+    result.graph = job.takeOutput().extractFirst<Graph>();
     if (!result.graph) {
         ADD_FAILURE() << "no graph";
         return result;
@@ -144,6 +129,56 @@ TEST(CenterlineAccuracyCycles, TrueCyclesAreKeptUnlessRemovedWhichLeavesAForest)
     EXPECT_EQ(forest.score.extractedCycles, 0);
     // Each cycle loses the chain that closed it; nothing else moves.
     EXPECT_GE(forest.score.precision, 0.97);
+}
+
+/// Every `step`-th slice of a mask, as a scan with slices `step` times thicker sees it (each voxel takes the
+/// value at its centre), placed in the same world.
+std::shared_ptr<SharedImage> thickSlices(const SharedImage& mask, int step) {
+    const ImageDescriptor& fine = mask.descriptor();
+    ImageDescriptor thick = fine;
+    thick.dimensions.z() = fine.dimensions.z() / step;
+    thick.spacing.z() *= step;
+    const int offset = (fine.dimensions.z() - step * thick.dimensions.z() + step - 1) / 2;
+    std::shared_ptr<TypedImage<unsigned char>> image(TypedImage<unsigned char>::create(thick));
+    const auto* values = static_cast<const unsigned char*>(mask.mem()->data());
+    const std::size_t slice = std::size_t(fine.dimensions.x()) * fine.dimensions.y();
+    for (int z = 0; z < thick.dimensions.z(); ++z)
+        std::copy_n(values + (std::size_t(step) * z + offset) * slice, slice, image->pointer() + z * slice);
+    // Image coordinates have their origin at the volume centre: move the thick grid's centre onto the slices taken.
+    Eigen::Matrix4d shift = Eigen::Matrix4d::Identity();
+    shift(2, 3) =
+        (offset + 0.5 * (step * (thick.dimensions.z() - 1)) - 0.5 * (fine.dimensions.z() - 1)) * fine.spacing.z();
+    return std::make_shared<SharedImage>(image, mask.matrixToWorld() * shift);
+}
+
+// Thick slices (0.6 x 0.6 x 2.4 mm from a 0.6 mm tree): the working grid is upsampled to the in-plane spacing,
+// where the extraction alone would work on 2.4 mm voxels and fragment and lose the thin vessels.
+TEST(CenterlineAccuracyThickSlices, UpsampledWorkingGridKeepsThinVesselsConnected) {
+    VesselPhantom::Options options = phantom(128, {0.6, 0.6, 0.6}, 8);
+    const VesselPhantom tree(options);
+    const VesselPhantom::Centerlines truth = tree.truth();
+    SharedImageSet set(thickSlices(*tree.mask(), 4));
+    Tarnwick::Test::CenterlineScore scores[2];
+    std::size_t components[2];
+    for (const bool upsample : {true, false}) {
+        VesselGraphExtractionAlgorithm job(set);
+        if (!upsample)
+            job.workingSpacing = std::optional<double>(2.4);
+        job.compute();
+        ASSERT_EQ(job.status(), Algorithm::Success);
+        scores[upsample] =
+            Tarnwick::Test::scoreCenterlines(*job.result(), {truth.points, truth.edges, truth.diameters}, 0.6);
+        components[upsample] = job.summary().components;
+        std::cout << (upsample ? "upsampled: " : "2.4 mm grid: ") << scores[upsample].describe() << ", "
+                  << components[upsample] << " components\n";
+    }
+    // Scored at the in-plane voxel (0.6 mm): the slices only sample the truth every 2.4 mm along z.
+    EXPECT_EQ(components[true], 1u);
+    EXPECT_GE(scores[true].recall, 0.9);
+    EXPECT_GE(scores[true].precision, 0.9);
+    EXPECT_LE(scores[true].meanDistance, 0.4);
+    EXPECT_EQ(scores[true].foundBranchPoints, scores[true].trueBranchPoints);
+    EXPECT_GT(scores[true].recall, scores[false].recall);
 }
 
 TEST(CenterlineAccuracyRotation, RotatingTheAffineKeepsTheBranchPoints) {

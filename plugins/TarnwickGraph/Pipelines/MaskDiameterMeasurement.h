@@ -1,16 +1,14 @@
 #pragma once
 
 namespace Tarnwick {
-class Data;
-class SharedImageSet;
-} // namespace Tarnwick
 
-namespace Tarnwick::Cli {
+class Graph;
+class SharedImage;
 
-/// Measures the edge feature "diameter" of a centerline graph in the vessel mask it was extracted from,
-/// with the graph plug-in's ComputeFeatures algorithm in mode VesselDiameter and its default parameters
-/// (voxels above 0.5 inside, empty edges filled from their neighbours, values clamped and averaged over
-/// 3 edges along each segment). Needs the graph plug-in loaded; `graph` must be a Graph.
+/// Measures the edge feature "diameter" of a centerline graph in the binary vessel mask (unsigned 8-bit,
+/// non-zero inside) it was extracted from, with ComputeCommonGraphFeaturesAlgorithm in mode
+/// VesselDiameter and its default parameters (voxels above 0.5 inside, empty edges filled from their
+/// neighbours, values clamped and averaged over 3 edges along each segment).
 ///
 /// The measurement reads, for each ray sample, the voxel found by truncating the sample's pixel
 /// coordinate, and keeps the last sample inside along each ray. With voxel centres at whole pixel
@@ -24,10 +22,9 @@ namespace Tarnwick::Cli {
 ///
 /// A single-slice (2-D) mask is measured differently: rays across an edge would leave the slice, so each
 /// edge's diameter is twice the inside distance (to the nearest background voxel centre) at its
-/// midpoint, sampled with the catalogue's EvaluateGraphAtImage.
+/// midpoint, sampled with EvaluateGraphAtImageAlgorithm.
 ///
-/// Returns false, with the reason logged, when the mask holds no image, the plug-in is missing or the
-/// measurement fails.
-bool measureVesselDiameters(Data& graph, const SharedImageSet& mask);
+/// Returns false, with the reason logged, when the mask is not unsigned 8-bit or the measurement fails.
+bool measureVesselDiameters(Graph& graph, const SharedImage& mask);
 
-} // namespace Tarnwick::Cli
+} // namespace Tarnwick

@@ -1,0 +1,11 @@
+#include <TarnwickGraph/Pipelines/GraphPipelinesFactory.h>
+
+#include <TarnwickGraph/Pipelines/VesselGraphExtractionAlgorithm.h>
+
+namespace Tarnwick {
+
+GraphPipelinesFactory::GraphPipelinesFactory() : AlgorithmFactory("GraphPipelines") {
+    registerAlgorithm<VesselGraphExtractionAlgorithm>("VesselGraphExtraction", "Pipelines;Vessel Graph Extraction");
+}
+
+} // namespace Tarnwick
