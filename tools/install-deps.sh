@@ -9,7 +9,7 @@ packages=(
   libinsighttoolkit5-dev zlib1g-dev
   libepoxy-dev libegl-dev libgl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev libfreetype-dev fonts-dejavu-core
   libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-numpy python3-scipy python3-skimage python3-networkx python3-igraph python3-nibabel
+  python3 python3-dev pybind11-dev python3-numpy python3-scipy python3-skimage python3-networkx python3-igraph python3-nibabel python3-pandas
   hyperfine time
 )
 gui_packages=(qtbase5-dev xvfb xauth)

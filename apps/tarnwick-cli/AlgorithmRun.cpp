@@ -4,24 +4,13 @@
 #include <TarnwickCore/Log.h>
 #include <TarnwickCore/Timer.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
-#include <TarnwickLib/Algorithm/ParameterBase.h>
+#include <TarnwickLib/Algorithm/ParameterSettings.h>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace Tarnwick::Cli {
 
 namespace {
-
-/// Names of every parameter, members of sub-properties as "group/member".
-void collectNames(const Configurable& configurable, const std::string& prefix, std::vector<std::string>& names) {
-    for (ParameterBase* parameter : configurable.parameters()) {
-        if (const Configurable* group = parameter->group())
-            collectNames(*group, prefix + parameter->name() + "/", names);
-        else
-            names.push_back(prefix + parameter->name());
-    }
-}
 
 const char* statusMeaning(int status) {
     switch (status) {
@@ -66,19 +55,9 @@ bool AlgorithmRun::create(const std::string& id, const DataList& inputs) {
 }
 
 bool AlgorithmRun::configure(const std::vector<Setting>& settings) {
-    for (const auto& [name, value] : settings) {
-        ParameterBase* parameter = m_algorithm->parameter(name);
-        if (!parameter || parameter->group()) {
-            std::vector<std::string> names;
-            collectNames(*m_algorithm, "", names);
-            TW_LOG_ERROR("{} has no parameter '{}'; its parameters are: {}", m_id, name,
-                         names.empty() ? std::string("none") : fmt::format("{}", fmt::join(names, ", ")));
-            return false;
-        }
-        if (const auto error = parameter->setFromString(value)) {
-            TW_LOG_ERROR("{}: {}", m_id, *error);
-            return false;
-        }
+    if (const auto error = ParameterSettings::apply(*m_algorithm, m_id, settings)) {
+        TW_LOG_ERROR("{}", *error);
+        return false;
     }
     return true;
 }
