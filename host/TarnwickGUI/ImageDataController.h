@@ -1,0 +1,33 @@
+#pragma once
+
+#include <TarnwickGUI/DataController.h>
+
+class QComboBox;
+class QDoubleSpinBox;
+
+namespace Tarnwick {
+
+class DisplayWidgetMulti;
+class SharedImageSet;
+
+/// The host's controller of an image: window, level and colour map of its GlImages in every view.
+class ImageDataController : public DataController {
+    Q_OBJECT
+public:
+    /// `image` must be shown in `display` (both outlive the controller).
+    ImageDataController(SharedImageSet& image, DisplayWidgetMulti& display, QWidget* parent = nullptr);
+
+    QDoubleSpinBox* windowBox() const { return m_window; }
+    QDoubleSpinBox* levelBox() const { return m_level; }
+    QComboBox* colormapBox() const { return m_colormap; }
+
+private:
+    void apply();
+
+    DisplayWidgetMulti& m_display;
+    QDoubleSpinBox* m_window = nullptr;
+    QDoubleSpinBox* m_level = nullptr;
+    QComboBox* m_colormap = nullptr;
+};
+
+} // namespace Tarnwick

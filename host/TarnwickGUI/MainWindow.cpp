@@ -1,0 +1,378 @@
+#include <TarnwickGUI/MainWindow.h>
+
+#include <TarnwickCore/Log.h>
+#include <TarnwickGL/DataDisplayHandlerFactory.h>
+#include <TarnwickGUI/AlgorithmMenu.h>
+#include <TarnwickGUI/DataListWidget.h>
+#include <TarnwickGUI/DefaultAlgorithmController.h>
+#include <TarnwickGUI/DisplayOptionsController.h>
+#include <TarnwickGUI/DisplayWidgetMulti.h>
+#include <TarnwickGUI/ImageDataController.h>
+#include <TarnwickGUI/LogPanel.h>
+#include <TarnwickGUI/WorkspaceRecorder.h>
+#include <TarnwickLib/Algorithm/Algorithm.h>
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Data/DataModel.h>
+#include <TarnwickLib/Image/SharedImageSet.h>
+#include <TarnwickLib/IO/DataFileIO.h>
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QDockWidget>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+
+#include <algorithm>
+
+namespace Tarnwick {
+
+namespace {
+
+/// Collects the error messages logged while it exists, to tell the user why an action failed.
+class ErrorCollector {
+public:
+    ErrorCollector() : m_sink(std::make_shared<Log::MemorySink>()) { Log::addSink(m_sink); }
+    ~ErrorCollector() { Log::removeSink(m_sink); }
+    QString text() const {
+        QStringList lines;
+        for (const std::string& message : m_sink->messages(Log::Error))
+            lines << QString::fromStdString(message);
+        return lines.join('\n');
+    }
+
+private:
+    std::shared_ptr<Log::MemorySink> m_sink;
+};
+
+} // namespace
+
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent), m_model(std::make_unique<DataModel>()), m_recorder(std::make_unique<WorkspaceRecorder>()) {
+    setWindowTitle("Tarnwick");
+    setAcceptDrops(true);
+    m_display = new DisplayWidgetMulti(this);
+    setCentralWidget(m_display);
+    createDocks();
+    createMenus();
+    m_model->signalDataAdded.connect(this, [this](Data* data) { onDataAdded(data); });
+    m_model->signalDataRemoved.connect(this, [this](Data* data) { onDataRemoved(data); });
+    updateActions();
+}
+
+MainWindow::~MainWindow() {
+    // A running computation is cancelled and waited for by its controller's destructor.
+    m_computing = false;
+    closeAlgorithm();
+    // The views and the list refer to the data: let them go before the model destroys it.
+    for (Data* data : m_model->getAll())
+        onDataRemoved(data);
+    disconnectFromAllSignals();
+    m_model->clear();
+}
+
+void MainWindow::createDocks() {
+    m_dataList = new DataListWidget(this);
+    auto* dataDock = new QDockWidget(tr("Data"), this);
+    dataDock->setObjectName("dataDock");
+    dataDock->setWidget(m_dataList);
+    addDockWidget(Qt::LeftDockWidgetArea, dataDock);
+    connect(m_dataList, &DataListWidget::dataSelectionChanged, this, &MainWindow::updateActions);
+    connect(m_dataList, &DataListWidget::dataSelectionChanged, this, &MainWindow::updateDataController);
+    connect(m_dataList, &DataListWidget::visibilityToggled, this, [this](Data* data, bool visible) {
+        if (visible)
+            m_display->showData(*data);
+        else
+            m_display->hideData(*data);
+    });
+
+    m_controllerDock = new QDockWidget(tr("Algorithm"), this);
+    m_controllerDock->setObjectName("algorithmDock");
+    addDockWidget(Qt::RightDockWidgetArea, m_controllerDock);
+    m_controllerDock->hide();
+    m_dataControllerDock = new QDockWidget(tr("Display"), this);
+    m_dataControllerDock->setObjectName("displayDock");
+    addDockWidget(Qt::RightDockWidgetArea, m_dataControllerDock);
+    m_dataControllerDock->hide();
+
+    m_logPanel = new LogPanel(this);
+    auto* logDock = new QDockWidget(tr("Log"), this);
+    logDock->setObjectName("logDock");
+    logDock->setWidget(m_logPanel);
+    addDockWidget(Qt::BottomDockWidgetArea, logDock);
+    resizeDocks({dataDock}, {320}, Qt::Horizontal);
+    resizeDocks({logDock}, {140}, Qt::Vertical);
+}
+
+void MainWindow::createMenus() {
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("&Open..."), this, &MainWindow::chooseFilesToOpen, QKeySequence::Open);
+    file->addAction(
+        tr("&Save..."), this, [this] { chooseFileToSave(false); }, QKeySequence::Save);
+    file->addAction(
+        tr("&Export..."), this, [this] { chooseFileToSave(true); }, QKeySequence(tr("Ctrl+E")));
+    file->addAction(tr("Save &Workspace..."), this, &MainWindow::chooseWorkspaceToSave);
+    file->addSeparator();
+    file->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
+
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    m_deleteAction = edit->addAction(tr("&Delete"), this, &MainWindow::deleteSelected, QKeySequence::Delete);
+
+    QMenu* view = menuBar()->addMenu(tr("&View"));
+    auto* layouts = new QActionGroup(this);
+    const auto addLayout = [&](const QString& text, DisplayWidgetMulti::Layout layout, int mainView,
+                               const QKeySequence& key) {
+        QAction* action = view->addAction(
+            text, this, [this, layout, mainView] { m_display->setLayoutMode(layout, mainView); }, key);
+        action->setCheckable(true);
+        action->setChecked(layout == DisplayWidgetMulti::TwoByTwo);
+        layouts->addAction(action);
+    };
+    addLayout(tr("2 x 2"), DisplayWidgetMulti::TwoByTwo, 0, QKeySequence(tr("Ctrl+0")));
+    addLayout(tr("Axial"), DisplayWidgetMulti::OneByOne, DisplayWidgetMulti::Axial, QKeySequence(tr("Ctrl+1")));
+    addLayout(tr("Coronal"), DisplayWidgetMulti::OneByOne, DisplayWidgetMulti::Coronal, QKeySequence(tr("Ctrl+2")));
+    addLayout(tr("Sagittal"), DisplayWidgetMulti::OneByOne, DisplayWidgetMulti::Sagittal, QKeySequence(tr("Ctrl+3")));
+    addLayout(tr("3-D"), DisplayWidgetMulti::OneByOne, DisplayWidgetMulti::Volume, QKeySequence(tr("Ctrl+4")));
+    view->addSeparator();
+    QAction* crosshair = view->addAction(tr("Show &Crosshair"), m_display, &DisplayWidgetMulti::setCrosshairVisible);
+    crosshair->setCheckable(true);
+    crosshair->setChecked(true);
+    view->addAction(tr("&Reset Views"), m_display, &DisplayWidgetMulti::fitViews);
+
+    m_algorithmMenu = new AlgorithmMenu(this);
+    menuBar()->addMenu(m_algorithmMenu);
+    connect(m_algorithmMenu, &AlgorithmMenu::algorithmChosen, this,
+            [this](const QString& id) { openAlgorithm(id.toStdString()); });
+}
+
+void MainWindow::onDataAdded(Data* data) {
+    const bool shown = m_display->showData(*data);
+    m_dataList->addData(*data, shown);
+}
+
+void MainWindow::onDataRemoved(Data* data) {
+    if (m_dataController && &m_dataController->data() == data) {
+        m_dataControllerDock->setWidget(nullptr);
+        delete m_dataController;
+        m_dataController = nullptr;
+    }
+    m_recorder->forget(data);
+    m_display->hideData(*data);
+    m_dataList->removeData(*data);
+}
+
+bool MainWindow::openFiles(const QStringList& paths) {
+    bool allLoaded = true;
+    for (const QString& path : paths) {
+        ErrorCollector errors;
+        std::optional<OwningDataList> loaded = DataFileIO::load(path.toStdString());
+        if (!loaded) {
+            showError(tr("Cannot open file"), tr("%1 could not be opened:\n%2").arg(path, errors.text()));
+            allLoaded = false;
+            continue;
+        }
+        m_lastFolder = QFileInfo(path).absolutePath();
+        std::vector<const Data*> added;
+        for (std::unique_ptr<Data>& data : loaded->release()) {
+            if (data->name().empty())
+                data->setName(QFileInfo(path).fileName().section('.', 0, 0).toStdString());
+            added.push_back(m_model->add(std::move(data)));
+        }
+        m_recorder->addFile(path.toStdString(), added);
+    }
+    return allLoaded;
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (!urls.isEmpty() && std::all_of(urls.begin(), urls.end(), [](const QUrl& url) { return url.isLocalFile(); }))
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    QStringList paths;
+    for (const QUrl& url : event->mimeData()->urls())
+        paths << url.toLocalFile();
+    event->acceptProposedAction();
+    openFiles(paths);
+}
+
+bool MainWindow::saveData(const QString& path, const DataList& data) {
+    ErrorCollector errors;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool saved = DataFileIO::save(path.toStdString(), data);
+    QApplication::restoreOverrideCursor();
+    if (!saved)
+        showError(tr("Cannot save file"), tr("%1 was not written:\n%2").arg(path, errors.text()));
+    return saved;
+}
+
+bool MainWindow::openAlgorithm(const std::string& id) {
+    if (m_computing)
+        return false;
+    const std::optional<FactoryRegistry::AlgorithmInfo> info = FactoryRegistry::get().findAlgorithm(id);
+    const DataList selection = m_dataList->selectedData();
+    if (!info || !info->factory || !info->factory->isCompatible(id, selection))
+        return false;
+    closeAlgorithm();
+    m_algorithm = FactoryRegistry::get().createAlgorithm(id, selection);
+    if (!m_algorithm) {
+        showError(tr("Cannot start algorithm"),
+                  tr("%1 could not be created (see the log).").arg(QString::fromStdString(id)));
+        return false;
+    }
+    std::unique_ptr<AlgorithmController> controller = FactoryRegistry::get().createController(m_algorithm.get());
+    if (auto* widget = dynamic_cast<QWidget*>(controller.get())) {
+        controller.release();
+        m_controller = widget;
+    } else {
+        m_controller = new DefaultAlgorithmController(m_algorithm.get());
+    }
+    if (auto* standard = qobject_cast<DefaultAlgorithmController*>(m_controller)) {
+        connect(standard, &DefaultAlgorithmController::computeStarted, this, [this] {
+            m_computing = true;
+            m_display->setFrozen(true); // data edited in place is not drawn while it changes
+            updateActions();
+        });
+        connect(standard, &DefaultAlgorithmController::computeFinished, this, &MainWindow::onComputeFinished);
+    }
+    m_controllerDock->setWidget(m_controller);
+    m_controllerDock->show();
+    return true;
+}
+
+DefaultAlgorithmController* MainWindow::defaultController() const {
+    return qobject_cast<DefaultAlgorithmController*>(m_controller);
+}
+
+void MainWindow::closeAlgorithm() {
+    if (m_computing)
+        return;
+    if (m_controller) {
+        m_controllerDock->setWidget(nullptr);
+        delete m_controller;
+        m_controller = nullptr;
+    }
+    m_algorithm.reset();
+    m_controllerDock->hide();
+}
+
+void MainWindow::onComputeFinished(int status) {
+    m_computing = false;
+    m_display->setFrozen(false);
+    // Inputs may have been edited in place: redraw and describe them again.
+    for (Data* input : m_algorithm->factoryInfo().inputs) {
+        m_dataList->refresh(*input);
+        m_display->refreshData(*input);
+    }
+    OwningDataList output = m_algorithm->takeOutput();
+    std::vector<const Data*> added;
+    for (std::unique_ptr<Data>& data : output.release()) {
+        if (data->name().empty())
+            data->setName(m_algorithm->factoryInfo().id +
+                          (added.empty() ? std::string() : std::to_string(added.size() + 1)));
+        added.push_back(m_model->add(std::move(data)));
+    }
+    if (status == Algorithm::Success)
+        m_recorder->addStep(*m_algorithm, added);
+    else
+        showError(tr("Algorithm failed"), tr("%1 ended with status %2; the log says why.")
+                                              .arg(QString::fromStdString(m_algorithm->factoryInfo().id))
+                                              .arg(status));
+    updateActions();
+}
+
+void MainWindow::deleteSelected() {
+    if (m_computing)
+        return;
+    for (Data* data : m_dataList->selectedData()) {
+        if (m_algorithm && !m_algorithm->survivesDataDeletion(data))
+            closeAlgorithm();
+        m_model->remove(data);
+    }
+    updateActions();
+}
+
+void MainWindow::chooseFilesToOpen() {
+    QStringList patterns;
+    for (const std::string& extension : DataFileIO::loadableExtensions())
+        patterns << "*" + QString::fromStdString(extension);
+    const QStringList paths = QFileDialog::getOpenFileNames(this, tr("Open"), m_lastFolder,
+                                                            tr("Data (%1);;All files (*)").arg(patterns.join(' ')));
+    openFiles(paths);
+}
+
+void MainWindow::chooseFileToSave(bool exportFile) {
+    DataList data = m_dataList->selectedData();
+    if (data.empty() && !exportFile)
+        data = m_model->getAll();
+    if (data.empty()) {
+        showError(tr("Nothing to save"), tr("Select the data to export in the data list."));
+        return;
+    }
+    const QString filter = exportFile ? tr("By extension: GraphML, images, PLY, ... (*)") : tr("Tarnwick data (*.tnw)");
+    QString path = QFileDialog::getSaveFileName(this, exportFile ? tr("Export") : tr("Save"), m_lastFolder, filter);
+    if (path.isEmpty())
+        return;
+    if (!exportFile && !path.endsWith(".tnw"))
+        path += ".tnw";
+    m_lastFolder = QFileInfo(path).absolutePath();
+    saveData(path, data);
+}
+
+bool MainWindow::saveWorkspace(const QString& path) {
+    if (const std::optional<std::string> error = m_recorder->save(path.toStdString())) {
+        showError(tr("Cannot save workspace"), tr("%1 was not written:\n%2").arg(path, QString::fromStdString(*error)));
+        return false;
+    }
+    return true;
+}
+
+void MainWindow::chooseWorkspaceToSave() {
+    QString path = QFileDialog::getSaveFileName(this, tr("Save Workspace"), m_lastFolder, tr("Workspaces (*.tws)"));
+    if (path.isEmpty())
+        return;
+    if (!path.endsWith(".tws"))
+        path += ".tws";
+    saveWorkspace(path);
+}
+
+void MainWindow::updateDataController() {
+    const DataList selection = m_dataList->selectedData();
+    Data* selected = selection.size() == 1 ? selection[0] : nullptr;
+    if (m_dataController && &m_dataController->data() == selected)
+        return;
+    m_dataControllerDock->setWidget(nullptr);
+    delete m_dataController;
+    m_dataController = nullptr;
+    if (selected && m_display->isShown(*selected)) {
+        if (auto* image = dynamic_cast<SharedImageSet*>(selected)) {
+            m_dataController = new ImageDataController(*image, *m_display);
+        } else if (DataDisplayHandler* handler = DataDisplayHandlerFactory::instance().handlerFor(*selected)) {
+            if (Configurable* options = handler->displayOptions(*selected))
+                m_dataController = new DisplayOptionsController(*selected, *options, *m_display);
+        }
+    }
+    m_dataControllerDock->setWidget(m_dataController);
+    m_dataControllerDock->setVisible(m_dataController != nullptr);
+}
+
+void MainWindow::showError(const QString& title, const QString& text) {
+    auto* box = new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->open();
+}
+
+void MainWindow::updateActions() {
+    const DataList selection = m_dataList->selectedData();
+    m_deleteAction->setEnabled(!selection.empty() && !m_computing);
+    m_algorithmMenu->setEnabled(!m_computing);
+    m_algorithmMenu->updateEnabled(selection);
+}
+
+} // namespace Tarnwick

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <TarnwickCore/Signal.h>
+#include <TarnwickLib/Data/DataList.h>
+
+#include <QMainWindow>
+#include <QStringList>
+
+#include <memory>
+#include <string>
+
+namespace Tarnwick {
+
+class Algorithm;
+class AlgorithmMenu;
+class DataListWidget;
+class DataController;
+class DataModel;
+class DefaultAlgorithmController;
+class DisplayWidgetMulti;
+class LogPanel;
+class WorkspaceRecorder;
+
+/// The desktop application's window: the views (DisplayWidgetMulti) in the centre, the data list on
+/// the left, the controller of the open algorithm and that of
+/// the selected data (window/level of images, display options of other data) on the right and the log at the bottom;
+/// menus File (open, also by dropping files on the window; save as .tnw; export by extension; save the session as a
+/// workspace), Edit (delete), View (layouts, crosshair) and Algorithms (the catalogue, enabled by the data list's
+/// selection).
+///
+/// The window owns the data model. Every data set added to it is listed and shown in the views;
+/// algorithms run on the selection through their controller (the plug-in's controller factory, else
+/// DefaultAlgorithmController), and their outputs are added to the model when they finish. File and
+/// algorithm failures are reported in a message box (window-modal, not blocking) and in the log.
+class MainWindow : public QMainWindow, public SignalReceiver {
+    Q_OBJECT
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    DataModel& dataModel() { return *m_model; }
+    DataListWidget* dataList() const { return m_dataList; }
+    DisplayWidgetMulti* display() const { return m_display; }
+    AlgorithmMenu* algorithmMenu() const { return m_algorithmMenu; }
+    LogPanel* logPanel() const { return m_logPanel; }
+    /// The algorithm whose controller is open, and that controller when it is the default one.
+    Algorithm* currentAlgorithm() const { return m_algorithm.get(); }
+    DefaultAlgorithmController* defaultController() const;
+    /// The controller of the selected data set (one selected), or null.
+    DataController* dataController() const { return m_dataController; }
+
+    /// Loads each file by its extension and adds its data; a file that fails is reported and the
+    /// others are still loaded. True when every file loaded.
+    bool openFiles(const QStringList& paths);
+    /// Writes `data` to `path` by its extension; on failure reports why (the old file stays).
+    bool saveData(const QString& path, const DataList& data);
+    /// Writes the files opened and the algorithm steps run so far as a workspace (.tws); on failure
+    /// reports why.
+    bool saveWorkspace(const QString& path);
+    /// Creates catalogue algorithm `id` on the current selection and opens its controller, replacing
+    /// the open one. False when the selection does not fit or a computation is running.
+    bool openAlgorithm(const std::string& id);
+    void closeAlgorithm();
+
+protected:
+    /// Files dropped on the window are opened like File > Open.
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void createMenus();
+    void createDocks();
+    void onDataAdded(Data* data);
+    void onDataRemoved(Data* data);
+    void onComputeFinished(int status);
+    void deleteSelected();
+    void chooseFilesToOpen();
+    void chooseFileToSave(bool exportFile);
+    void chooseWorkspaceToSave();
+    void showError(const QString& title, const QString& text);
+    void updateActions();
+    /// Shows the controller of the selected data set when exactly one is selected.
+    void updateDataController();
+
+    std::unique_ptr<DataModel> m_model;
+    std::unique_ptr<WorkspaceRecorder> m_recorder;
+    DisplayWidgetMulti* m_display = nullptr;
+    DataListWidget* m_dataList = nullptr;
+    AlgorithmMenu* m_algorithmMenu = nullptr;
+    LogPanel* m_logPanel = nullptr;
+    class QDockWidget* m_controllerDock = nullptr;
+    class QDockWidget* m_dataControllerDock = nullptr;
+    DataController* m_dataController = nullptr; ///< owned by its dock
+    class QAction* m_deleteAction = nullptr;
+    std::unique_ptr<Algorithm> m_algorithm;
+    QWidget* m_controller = nullptr; ///< owned by the controller dock
+    bool m_computing = false;
+    QString m_lastFolder;
+};
+
+} // namespace Tarnwick
