@@ -12,7 +12,7 @@ packages=(
   python3 python3-dev pybind11-dev python3-numpy python3-scipy python3-skimage python3-networkx python3-igraph python3-nibabel python3-pandas
   hyperfine time
 )
-gui_packages=(qtbase5-dev xvfb xauth)
+gui_packages=(qtbase5-dev xvfb xauth libglx-mesa0)
 
 with_gui=1
 for arg in "$@"; do

@@ -34,8 +34,9 @@ TEST(JunctionClusters, MergingAClusterLeavesOneBranchPointAndTheSameSummary) {
     for (unsigned long arm : {x, y, z})
         EXPECT_EQ(graph.edge(merged, arm)->features[diameter], double(arm));
     graph.forEachNode([&](unsigned long id, const Graph::NodeInfo& info) {
-        if (id == merged)
+        if (id == merged) {
             EXPECT_TRUE(info.position.isApprox(Eigen::Vector3d(0.5, 0, 0)));
+        }
     });
     const GraphSummary after = summarizeGraph(graph);
     EXPECT_EQ(after.branchPoints, 1u);

@@ -169,8 +169,9 @@ TEST(VesselGraphExtraction, CoordinatesKeepTheWorldPlacement) {
         const Eigen::Matrix4d toWorld = result.graph->matrixToWorld();
         result.graph->forEachNode([&](unsigned long, const Graph::NodeInfo& node) {
             world[frame].push_back((toWorld * node.position.homogeneous()).head<3>());
-            if (frame == VesselGraphExtractionAlgorithm::RAS) // RAS positions are LPS with x and y negated
+            if (frame == VesselGraphExtractionAlgorithm::RAS) { // RAS positions are LPS with x and y negated
                 EXPECT_TRUE(node.position.isApprox(world[frame].back().cwiseProduct(Eigen::Vector3d(-1, -1, 1))));
+            }
         });
     }
     for (int frame : {1, 2}) {
