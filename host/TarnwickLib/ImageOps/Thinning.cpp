@@ -20,6 +20,11 @@
 // ranges; blocks are rebuilt and searched in parallel, each into its own place in the new list and in the
 // candidate buffer, so the candidates stay in voxel order.
 //
+// The sequential re-check can erase an object that is at most two voxels thick (a 2x2x2 cube, a 2x2 bar, a
+// box of even width shrinks to one): the run notes the last voxel of every object it erases, and each such
+// object is thinned again on its own with the re-check also keeping voxels that have become end points,
+// so that it is not lost. Other objects are untouched by this.
+//
 // Cost: one O(voxels) sweep, then per step O(active voxels) plus O(removed voxels) bookkeeping.
 
 #include <TarnwickLib/ImageOps/Thinning.h>
@@ -73,9 +78,12 @@ bool isDeletable(std::uint32_t cube) {
 
 class Thinner {
 public:
-    Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims);
+    /// With keepNewEndpoints, the re-check also keeps candidates that have become end points.
+    Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims, bool keepNewEndpoints = false);
     void run();
     void writeResult(std::uint8_t* skeleton) const { m_image.writeMask(skeleton); }
+    /// One voxel (x, y, z) of every object the run erased: the last one removed.
+    const std::vector<Eigen::Vector3i>& erasedObjects() const { return m_erased; }
 
 private:
     std::uint64_t activeInWord(std::int64_t w) const;
@@ -108,9 +116,12 @@ private:
     std::vector<std::size_t> m_blockStarts, m_blockRemoved, m_candidateEnds;
     std::vector<std::size_t> m_exposedStarts, m_rebuiltStarts; // scratch of the rebuild
     ScratchVector<Entry*> m_candidates;
+    bool m_keepNewEndpoints;
+    std::vector<Eigen::Vector3i> m_erased;
 };
 
-Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims) : m_dims(dims), m_image(dims) {
+Thinner::Thinner(const std::uint8_t* mask, const Eigen::Vector3i& dims, bool keepNewEndpoints)
+    : m_dims(dims), m_image(dims), m_keepNewEndpoints(keepNewEndpoints) {
     m_numDirections = dims.z() == 1 ? 4 : 6;
     m_threads = threadsFor(voxelCount(dims));
     for (int d = 0; d < 6; ++d) {
@@ -292,8 +303,16 @@ bool Thinner::removeIfSimple(Entry* entry) {
     const Index v = voxelOf(*entry);
     const std::uint32_t cube = m_image.cube(v);
     // An unchanged neighbourhood is the one found deletable.
-    if ((*entry & kCube) != cube && !ThinningTopology::hasSingleNeighborComponent(cube))
-        return false;
+    if ((*entry & kCube) != cube) {
+        if (m_keepNewEndpoints && (ThinningTopology::isEndpoint(cube) || ThinningTopology::isIsolated(cube)))
+            return false;
+        if (!ThinningTopology::hasSingleNeighborComponent(cube))
+            return false;
+        if (ThinningTopology::isIsolated(cube)) {
+            const Index z = v / m_image.strideZ(), y = v % m_image.strideZ() / m_image.strideY();
+            m_erased.emplace_back(int(v % m_image.strideY() - 1), int(y - 1), int(z - 1));
+        }
+    }
     m_image.reset(v);
     *entry |= kRemoved;
     // A foreground face neighbour u becomes active unless it already was, that is, unless a face
@@ -319,6 +338,49 @@ void Thinner::run() {
     }
 }
 
+/// Thins the 26-connected object of `mask` that holds `seed` on its own, keeping new end points, and adds
+/// its skeleton to `skeleton`.
+void thinErasedObject(const std::uint8_t* mask, const Eigen::Vector3i& dims, const Eigen::Vector3i& seed,
+                      std::uint8_t* skeleton) {
+    const auto indexOf = [&](const Eigen::Vector3i& p) {
+        return (static_cast<Index>(p.z()) * dims.y() + p.y()) * dims.x() + p.x();
+    };
+    std::vector<bool> seen(static_cast<std::size_t>(voxelCount(dims)));
+    std::vector<Eigen::Vector3i> object{seed};
+    seen[static_cast<std::size_t>(indexOf(seed))] = true;
+    Eigen::Vector3i low = seed, high = seed;
+    for (std::size_t head = 0; head < object.size(); ++head) {
+        const Eigen::Vector3i p = object[head];
+        for (int dz = -1; dz <= 1; ++dz)
+            for (int dy = -1; dy <= 1; ++dy)
+                for (int dx = -1; dx <= 1; ++dx) {
+                    const Eigen::Vector3i q = p + Eigen::Vector3i(dx, dy, dz);
+                    if ((q.array() < 0).any() || (q.array() >= dims.array()).any())
+                        continue;
+                    const auto i = static_cast<std::size_t>(indexOf(q));
+                    if (seen[i] || !mask[i])
+                        continue;
+                    seen[i] = true;
+                    object.push_back(q);
+                    low = low.cwiseMin(q);
+                    high = high.cwiseMax(q);
+                }
+    }
+    const Eigen::Vector3i size = high - low + Eigen::Vector3i::Ones();
+    std::vector<std::uint8_t> part(static_cast<std::size_t>(voxelCount(size)));
+    const auto partIndex = [&](const Eigen::Vector3i& p) {
+        return static_cast<std::size_t>((static_cast<Index>(p.z()) * size.y() + p.y()) * size.x() + p.x());
+    };
+    for (const Eigen::Vector3i& p : object)
+        part[partIndex(p - low)] = 1;
+    Thinner thinner(part.data(), size, true);
+    thinner.run();
+    thinner.writeResult(part.data());
+    for (const Eigen::Vector3i& p : object)
+        if (part[partIndex(p - low)])
+            skeleton[indexOf(p)] = 1;
+}
+
 } // namespace
 
 bool thin(const std::uint8_t* mask, const Eigen::Vector3i& dims, std::uint8_t* skeleton) {
@@ -331,7 +393,15 @@ bool thin(const std::uint8_t* mask, const Eigen::Vector3i& dims, std::uint8_t* s
     try {
         Thinner thinner(mask, dims);
         thinner.run();
+        // Objects the exact method erased are thinned again from the mask, which `skeleton` may overwrite.
+        const std::vector<Eigen::Vector3i>& erased = thinner.erasedObjects();
+        std::vector<std::uint8_t> original;
+        if (!erased.empty() && skeleton == mask)
+            original.assign(mask, mask + voxelCount(dims));
+        const std::uint8_t* source = original.empty() ? mask : original.data();
         thinner.writeResult(skeleton);
+        for (const Eigen::Vector3i& seed : erased)
+            thinErasedObject(source, dims, seed, skeleton);
         return true;
     } catch (const std::bad_alloc&) {
         TW_LOG_ERROR("thin: not enough memory for a {}x{}x{} volume", dims.x(), dims.y(), dims.z());

@@ -17,11 +17,13 @@ namespace Tarnwick::ImageOps {
 ///
 /// Writes the skeleton as 0/1 voxels to `skeleton` (dims.prod() bytes; may be `mask` itself): thin curves
 /// (and, where the shape demands it, surfaces) with the connected components, cavities and tunnels of the
-/// mask. The result is exactly that of the established sequential formulation: border directions in the
-/// order -y, +y, +x, -x, +z, -z; per direction all deletable border voxels are collected, then re-checked
-/// one by one in memory order, the re-check testing only that the neighbours stay one component. Like
-/// that formulation, it can therefore erase an object that is at most two voxels thick in every direction
-/// (a 2x2x2 cube disappears); thicker objects keep their topology.
+/// mask. The result is that of the established sequential formulation: border directions in the order
+/// -y, +y, +x, -x, +z, -z; per direction all deletable border voxels are collected, then re-checked one by
+/// one in memory order, the re-check testing only that the neighbours stay one component. That formulation
+/// erases objects at most two voxels thick in every direction (a 2x2x2 cube, a 2x2 rod, an even-width box
+/// shrinks to one); such an object is thinned again on its own with the re-check also keeping new end
+/// points, so no object of the mask is lost (it may shrink to a voxel or two). Other objects are exactly
+/// as in the established formulation.
 ///
 /// Cost: O(voxels) once, then per step O(current border voxels); one bit of working memory per voxel
 /// plus a list of the border voxels; OpenMP for the sweeps and for the candidate search (see threadsFor()).

@@ -87,6 +87,10 @@ bool isEndpoint(std::uint32_t cube) {
     return neighbors != 0 && (neighbors & (neighbors - 1)) == 0;
 }
 
+bool isIsolated(std::uint32_t cube) {
+    return (cube & kCubeMask & ~(std::uint32_t(1) << kCenterBit)) == 0;
+}
+
 bool isEulerInvariant(std::uint32_t cube) {
     static const EulerTables tables;
     const std::uint32_t planes[3] = {cube & 511u, (cube >> 9) & 511u, (cube >> 18) & 511u};

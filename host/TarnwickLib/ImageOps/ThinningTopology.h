@@ -17,6 +17,9 @@ constexpr std::uint32_t kCubeMask = (std::uint32_t(1) << 27) - 1;
 /// True when the centre has exactly one foreground voxel among its 26 neighbours.
 bool isEndpoint(std::uint32_t cube);
 
+/// True when the centre has no foreground voxel among its 26 neighbours.
+bool isIsolated(std::uint32_t cube);
+
 /// True when removing the centre keeps the Euler characteristic of the neighbourhood: the sum over the
 /// eight 2x2x2 octants of the change table of Lee, Kashyap and Chu (1994) is zero.
 bool isEulerInvariant(std::uint32_t cube);

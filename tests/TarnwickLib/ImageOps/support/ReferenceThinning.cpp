@@ -1,5 +1,6 @@
 #include "ReferenceThinning.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -104,7 +105,10 @@ bool referenceIsSimple(const Neighborhood& n) {
     return components <= 1;
 }
 
-MaskVolume referenceThinning(const MaskVolume& mask) {
+namespace {
+
+/// One thinning run; with keepNewEndpoints the re-check also keeps voxels that have become end points.
+MaskVolume thinningRun(const MaskVolume& mask, bool keepNewEndpoints) {
     Padded image(mask);
     const Eigen::Vector3i d = image.dims();
     // Border directions -y, +y, +x, -x, +z, -z; a 2-D image uses the first four.
@@ -127,7 +131,9 @@ MaskVolume referenceThinning(const MaskVolume& mask) {
                     }
             bool changed = false;
             for (const Voxel& v : candidates) {
-                if (referenceIsSimple(image.neighborhood(v.x, v.y, v.z))) {
+                const Neighborhood now = image.neighborhood(v.x, v.y, v.z);
+                const int neighbours = static_cast<int>(std::count(now.begin(), now.end(), 1)) - 1;
+                if ((!keepNewEndpoints || neighbours >= 2) && referenceIsSimple(now)) {
                     image.at(v.x, v.y, v.z) = 0;
                     changed = true;
                 }
@@ -141,6 +147,43 @@ MaskVolume referenceThinning(const MaskVolume& mask) {
         for (int y = 0; y < mask.dims.y(); ++y)
             for (int x = 0; x < mask.dims.x(); ++x)
                 result.set(x, y, z, image.at(x + 1, y + 1, z + 1));
+    return result;
+}
+
+} // namespace
+
+MaskVolume referenceThinning(const MaskVolume& mask) {
+    MaskVolume result = thinningRun(mask, false);
+    // An object the run erased completely is thinned again alone, keeping new end points.
+    std::vector<std::uint8_t> seen(mask.voxels.size(), 0);
+    for (int z = 0; z < mask.dims.z(); ++z)
+        for (int y = 0; y < mask.dims.y(); ++y)
+            for (int x = 0; x < mask.dims.x(); ++x) {
+                if (!mask.at(x, y, z) || seen[mask.index(x, y, z)])
+                    continue;
+                MaskVolume object(mask.dims);
+                std::vector<Eigen::Vector3i> queue{{x, y, z}};
+                seen[mask.index(x, y, z)] = 1;
+                bool kept = false;
+                for (std::size_t head = 0; head < queue.size(); ++head) {
+                    const Eigen::Vector3i p = queue[head];
+                    object.set(p.x(), p.y(), p.z());
+                    kept = kept || result.at(p.x(), p.y(), p.z());
+                    for (int n = 0; n < 27; ++n) {
+                        const Offset o = offsetOf(n);
+                        const Eigen::Vector3i q = p + Eigen::Vector3i(o.dx, o.dy, o.dz);
+                        if (mask.at(q.x(), q.y(), q.z()) && !seen[mask.index(q.x(), q.y(), q.z())]) {
+                            seen[mask.index(q.x(), q.y(), q.z())] = 1;
+                            queue.push_back(q);
+                        }
+                    }
+                }
+                if (kept)
+                    continue;
+                const MaskVolume rethinned = thinningRun(object, true);
+                for (std::size_t i = 0; i < rethinned.voxels.size(); ++i)
+                    result.voxels[i] |= rethinned.voxels[i];
+            }
     return result;
 }
 
