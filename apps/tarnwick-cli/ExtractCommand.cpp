@@ -6,6 +6,7 @@
 #include <TarnwickCore/Timer.h>
 #include <TarnwickLib/Algorithm/ParameterBase.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
+#include <TarnwickLib/IO/AtomicFileWriter.h>
 #include <TarnwickLib/IO/DataFileIO.h>
 
 #include "CommandContext.h"
@@ -13,7 +14,9 @@
 
 #include <CLI/App.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 #include <vector>
@@ -60,14 +63,46 @@ void printStats(const Algorithm& job, const Stages& stages) {
     fmt::print("  {:<18} {:8.3f} s\n", "total", total);
 }
 
-/// Whether the output can be written: a known extension (any case) in an existing folder. Logs why not.
-bool checkOutput(const std::string& output) {
-    const std::string extension = Filesystem::Path(output).extension();
-    if (extension != "graphml" && extension != "tnw") {
-        TW_LOG_ERROR("The output '{}' must end in .graphml or .tnw", output);
+/// The summary and the stage times as JSON, written atomically. Logs why it failed.
+bool writeStatsJson(const Algorithm& job, const Stages& stages, const std::string& path) {
+    nlohmann::json json;
+    for (const auto& [key, name] : {std::pair{"nodes", "summaryNodes"},
+                                    {"edges", "summaryEdges"},
+                                    {"branchPoints", "summaryBranchPoints"},
+                                    {"endpoints", "summaryEndpoints"},
+                                    {"components", "summaryComponents"},
+                                    {"cycles", "summaryCycles"}})
+        json[key] = std::stoll(result(job, name));
+    json["totalLengthMm"] = std::stod(result(job, "summaryTotalLength"));
+    json["minDiameterMm"] = std::stod(result(job, "summaryMinDiameter"));
+    json["maxDiameterMm"] = std::stod(result(job, "summaryMaxDiameter"));
+    double total = 0.0;
+    nlohmann::json times = nlohmann::json::array();
+    for (const auto& [stage, seconds] : stages) {
+        times.push_back({{"stage", stage}, {"seconds", seconds}});
+        total += seconds;
+    }
+    json["stageSeconds"] = times;
+    json["totalSeconds"] = total;
+    AtomicFileWriter writer(path);
+    std::string error;
+    if (writer.open(error)) {
+        writer.stream() << json.dump(2) << "\n";
+        if (writer.commit(error))
+            return true;
+    }
+    TW_LOG_ERROR("Writing the statistics '{}' failed: {}", path, error);
+    return false;
+}
+
+/// Whether `file` can be written: one of `extensions` (any case) in an existing folder. Logs why not.
+bool checkFile(const std::string& file, const std::vector<std::string>& extensions) {
+    const std::string extension = Filesystem::Path(file).extension();
+    if (std::find(extensions.begin(), extensions.end(), extension) == extensions.end()) {
+        TW_LOG_ERROR("The output '{}' must end in .{}", file, fmt::join(extensions, " or ."));
         return false;
     }
-    const std::filesystem::path folder = std::filesystem::path(output).parent_path();
+    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
     if (!folder.empty() && !std::filesystem::is_directory(folder)) {
         TW_LOG_ERROR("The output folder '{}' does not exist", folder.string());
         return false;
@@ -109,11 +144,35 @@ CLI::App* ExtractCommand::declare(CLI::App& app) {
                       "Keep the skeleton's clusters of junction nodes instead of one node per branch point");
     command->add_flag("--ras", m_ras, "Write GraphML positions in RAS instead of LPS world coordinates");
     command->add_flag("--stats", m_stats, "Print a summary of the graph and the time of every stage");
+    command->add_option("--stats-json", m_statsJson, "Write the summary and the stage times as JSON to this file");
+    CLI::Option* segments =
+        command->add_option("--segments", m_segments,
+                            "Write one CSV row per segment between junctions or ends: length, chord, tortuosity, "
+                            "diameters, volume, generation from the root and Strahler order (on a graph with "
+                            "cycles, on the breadth-first spanning tree from the root; segments closing a cycle "
+                            "get none)");
+    command
+        ->add_option("--root", m_root,
+                     "Root node of the segment generations (default: the free end of the thickest end "
+                     "segment of each component)")
+        ->check(CLI::NonNegativeNumber)
+        ->needs(segments);
     return command;
 }
 
+bool ExtractCommand::writeSegments(Data& graph) {
+    std::unique_ptr<Algorithm> table =
+        createConfiguredAlgorithm("GraphSegmentTable", DataList({&graph}),
+                                  {{"location", m_segments}, {"root", m_root ? std::to_string(*m_root) : ""}});
+    if (!table)
+        return false;
+    table->compute();
+    return table->status() == Algorithm::Success;
+}
+
 int ExtractCommand::run(CommandContext&) {
-    if (!checkOutput(m_output))
+    if (!checkFile(m_output, {"graphml", "tnw"}) || (!m_segments.empty() && !checkFile(m_segments, {"csv"})) ||
+        (!m_statsJson.empty() && !checkFile(m_statsJson, {"json"})))
         return 1;
     const bool graphml = Filesystem::Path(m_output).extension() == "graphml";
     StageProgress progress;
@@ -160,8 +219,17 @@ int ExtractCommand::run(CommandContext&) {
     progress.end();
     if (!saved)
         return 1;
+    if (!m_segments.empty()) {
+        progress.start("segments");
+        const bool written = writeSegments(*output.front());
+        progress.end();
+        if (!written)
+            return 1;
+    }
     if (m_stats)
         printStats(*job, progress.stages);
+    if (!m_statsJson.empty() && !writeStatsJson(*job, progress.stages, m_statsJson))
+        return 1;
     fmt::print("Wrote {} nodes and {} edges to {}\n", result(*job, "summaryNodes"), result(*job, "summaryEdges"),
                m_output);
     return 0;
