@@ -11,6 +11,7 @@
 #include <Eigen/Geometry>
 #include <Eigen/LU>
 
+#include <algorithm>
 #include <cmath>
 #include <exception>
 #include <limits>
@@ -96,6 +97,11 @@ void GlImage::setWindowLevel(double window, double level) {
     m_level = level;
 }
 
+void GlImage::setOpacity(double opacity) {
+    if (std::isfinite(opacity))
+        m_opacity = std::clamp(opacity, 0.0, 1.0);
+}
+
 Geometry::AlignedBox GlImage::bounds() const {
     Geometry::AlignedBox box;
     if (!m_image)
@@ -174,10 +180,16 @@ std::vector<GlImage::Quad> GlImage::planes(const GlView& view) const {
 }
 
 void GlImage::draw(const GlView& view) {
-    if (!prepare())
+    if (!prepare() || m_opacity <= 0.0)
         return;
     GL::StateGuard guard;
-    glDisable(GL_BLEND);
+    if (m_opacity < 1.0) {
+        glEnable(GL_BLEND);
+        // The target keeps its alpha: a widget composes its framebuffer as premultiplied colour.
+        glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ZERO, GL_ONE);
+    } else {
+        glDisable(GL_BLEND);
+    }
     try {
         if (view.kind() == 2 && m_mode == MIP)
             drawProjection(view);
@@ -213,6 +225,8 @@ void GlImage::setCommonUniforms(GL::Program& program) {
     program.setUniform("uValueOffset", m_valueOffset);
     program.setUniform("uWindowLow", float(m_level - 0.5 * m_window));
     program.setUniform("uWindowWidth", float(m_window));
+    program.setUniform("uOpacity", float(m_opacity));
+    program.setUniform("uLabelMode", m_labelMode ? 1 : 0);
 }
 
 void GlImage::drawPlanes(const GlView& view, const std::vector<Quad>& quads) {

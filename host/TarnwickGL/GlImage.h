@@ -29,6 +29,10 @@ class ProgramCache;
 ///   focusPoint() (mode Slices, depth-tested against the scene), or a maximum-intensity projection
 ///   along the viewing rays (mode MIP, painted behind the objects drawn after it).
 ///
+/// With an opacity below 1 the image is blended over what was drawn before it; in label mode voxels
+/// of value 0 (below 0.5 once interpolated) are not drawn at all, so a mask over a scan shows the scan
+/// around the labelled parts.
+///
 /// Values are the first channel. The volume is uploaded once, on the first draw (again after
 /// invalidate()); 8- and 16-bit images keep their size on the GPU, other types become 32-bit floats.
 /// An image the context cannot hold logs one error and is not drawn.
@@ -57,6 +61,12 @@ public:
     const Eigen::Vector3d& focusPoint() const { return m_focusPoint; }
     void setFocusPoint(const Eigen::Vector3d& world) { m_focusPoint = world; }
     GlColormap& colormap() { return m_colormap; }
+    /// 1 draws the image opaque, 0 not at all; clamped to [0, 1].
+    void setOpacity(double opacity);
+    double opacity() const { return m_opacity; }
+    /// Label mode: value 0 is fully transparent.
+    void setLabelMode(bool labelMode) { m_labelMode = labelMode; }
+    bool labelMode() const { return m_labelMode; }
 
     void draw(const GlView& view) override;
     /// World box of the voxel corners.
@@ -76,6 +86,8 @@ private:
     double m_window = 1.0;
     double m_level = 0.5;
     Mode m_mode = Slices;
+    double m_opacity = 1.0;
+    bool m_labelMode = false;
     Eigen::Vector3d m_focusPoint = Eigen::Vector3d::Zero();
     GlColormap m_colormap;
 

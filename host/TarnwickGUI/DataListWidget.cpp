@@ -25,9 +25,10 @@ DataListWidget::DataListWidget(QWidget* parent) : QTreeWidget(parent) {
     });
 }
 
-void DataListWidget::addData(Data& data, bool shown) {
+void DataListWidget::addData(Data& data, bool shown, int position) {
     const QSignalBlocker blocker(this);
-    auto* row = new QTreeWidgetItem(this);
+    auto* row = new QTreeWidgetItem();
+    insertTopLevelItem(position >= 0 && position < topLevelItemCount() ? position : topLevelItemCount(), row);
     row->setData(NameColumn, dataRole, QVariant::fromValue(static_cast<void*>(&data)));
     row->setFlags(row->flags() | Qt::ItemIsUserCheckable);
     row->setCheckState(NameColumn, shown ? Qt::Checked : Qt::Unchecked);

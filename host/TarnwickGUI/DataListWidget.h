@@ -16,7 +16,8 @@ public:
 
     explicit DataListWidget(QWidget* parent = nullptr);
 
-    void addData(Data& data, bool shown);
+    /// Adds a row for the data at `position` (at the end when out of range).
+    void addData(Data& data, bool shown, int position = -1);
     void removeData(const Data& data);
     /// Rewrites the row of a data set that changed (name, size).
     void refresh(const Data& data);

@@ -28,9 +28,12 @@ bool isLabelImage(const SharedImageSet& set, double low, double high) {
 void configureImage(GlImage& image, const SharedImageSet& set) {
     const auto [low, high] = set.get(0)->mem()->minMax();
     if (isLabelImage(set, low, high)) {
-        // Hot iron with label 0 black and label 1 orange (t = 3/4); higher labels white.
+        // Hot iron with label 1 orange (t = 3/4), higher labels white; half transparent and label 0 not
+        // drawn, so the scan under a mask stays visible.
         image.colormap().setPreset(Colormap::HotIron);
         image.setWindowLevel(4.0 / 3.0, 2.0 / 3.0);
+        image.setLabelMode(true);
+        image.setOpacity(0.5);
     } else {
         image.setWindowLevel(high > low ? high - low : 1.0, high > low ? 0.5 * (low + high) : low);
     }

@@ -25,8 +25,8 @@ class GlViewWidget;
 /// slice view moves the crosshair along with its slice.
 ///
 /// Images (SharedImageSet) are drawn as GlImage, their first image, windowed over their value range;
-/// binary masks and label images (modality Label) in a label colour (label 1 orange), as a maximum-
-/// intensity projection in the 3-D view. Every other data set is drawn
+/// binary masks and label images (modality Label) half transparent in a label colour (label 1 orange,
+/// label 0 not drawn), as a maximum-intensity projection in the 3-D view. Every other data set is drawn
 /// by its display handler (DataDisplayHandlerFactory) in the views the handler accepts. The widget
 /// does not own the data: hide it before destroying it.
 class DisplayWidgetMulti : public QWidget {

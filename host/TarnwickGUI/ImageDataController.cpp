@@ -38,9 +38,13 @@ ImageDataController::ImageDataController(SharedImageSet& image, DisplayWidgetMul
     if (shown)
         m_colormap->setCurrentIndex(m_colormap->findData(int(shown->colormap().preset())));
     connect(m_colormap, QOverload<int>::of(&QComboBox::activated), this, &ImageDataController::apply);
+    m_opacity = makeBox(0.0, 1.0, shown ? shown->opacity() : 1.0);
+    m_opacity->setDecimals(2);
+    m_opacity->setSingleStep(0.1);
     form->addRow(tr("Window"), m_window);
     form->addRow(tr("Level"), m_level);
     form->addRow(tr("Colour map"), m_colormap);
+    form->addRow(tr("Opacity"), m_opacity);
 }
 
 void ImageDataController::apply() {
@@ -50,6 +54,7 @@ void ImageDataController::apply() {
         if (!image)
             continue;
         image->setWindowLevel(m_window->value(), m_level->value());
+        image->setOpacity(m_opacity->value());
         if (image->colormap().preset() != preset)
             m_display.viewWidget(view)->withContext([&] { image->colormap().setPreset(preset); });
     }

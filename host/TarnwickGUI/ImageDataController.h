@@ -10,7 +10,7 @@ namespace Tarnwick {
 class DisplayWidgetMulti;
 class SharedImageSet;
 
-/// The host's controller of an image: window, level and colour map of its GlImages in every view.
+/// The host's controller of an image: window, level, colour map and opacity of its GlImages in every view.
 class ImageDataController : public DataController {
     Q_OBJECT
 public:
@@ -20,6 +20,7 @@ public:
     QDoubleSpinBox* windowBox() const { return m_window; }
     QDoubleSpinBox* levelBox() const { return m_level; }
     QComboBox* colormapBox() const { return m_colormap; }
+    QDoubleSpinBox* opacityBox() const { return m_opacity; }
 
 private:
     void apply();
@@ -28,6 +29,7 @@ private:
     QDoubleSpinBox* m_window = nullptr;
     QDoubleSpinBox* m_level = nullptr;
     QComboBox* m_colormap = nullptr;
+    QDoubleSpinBox* m_opacity = nullptr;
 };
 
 } // namespace Tarnwick

@@ -4,6 +4,7 @@
 #include <TarnwickGL/DataDisplayHandlerFactory.h>
 #include <TarnwickGUI/AlgorithmMenu.h>
 #include <TarnwickGUI/DataListWidget.h>
+#include <TarnwickGUI/DataModelCommand.h>
 #include <TarnwickGUI/DefaultAlgorithmController.h>
 #include <TarnwickGUI/DisplayOptionsController.h>
 #include <TarnwickGUI/DisplayWidgetMulti.h>
@@ -12,6 +13,7 @@
 #include <TarnwickGUI/WorkspaceRecorder.h>
 #include <TarnwickLib/Algorithm/Algorithm.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
+#include <TarnwickLib/Algorithm/ParameterBase.h>
 #include <TarnwickLib/Data/DataModel.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 #include <TarnwickLib/IO/DataFileIO.h>
@@ -50,10 +52,17 @@ private:
     std::shared_ptr<Log::MemorySink> m_sink;
 };
 
+/// Whether a finished run edited its inputs: it produced no output, or it was asked to work in place.
+bool editedInPlace(const Algorithm& algorithm, bool producedOutput) {
+    const ParameterBase* inPlace = algorithm.parameter("inPlace");
+    return !producedOutput || (inPlace && (inPlace->toString() == "true" || inPlace->toString() == "1"));
+}
+
 } // namespace
 
 MainWindow::MainWindow(QWidget* parent)
-    : QMainWindow(parent), m_model(std::make_unique<DataModel>()), m_recorder(std::make_unique<WorkspaceRecorder>()) {
+    : QMainWindow(parent), m_model(std::make_unique<DataModel>()), m_recorder(std::make_unique<WorkspaceRecorder>()),
+      m_undoStack(new QUndoStack(this)) {
     setWindowTitle("Tarnwick");
     setAcceptDrops(true);
     m_display = new DisplayWidgetMulti(this);
@@ -69,6 +78,7 @@ MainWindow::~MainWindow() {
     // A running computation is cancelled and waited for by its controller's destructor.
     m_computing = false;
     closeAlgorithm();
+    m_undoStack->clear();
     // The views and the list refer to the data: let them go before the model destroys it.
     for (Data* data : m_model->getAll())
         onDataRemoved(data);
@@ -121,7 +131,26 @@ void MainWindow::createMenus() {
     file->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
 
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    m_undoAction = edit->addAction(
+        tr("&Undo"), this,
+        [this] {
+            if (!m_computing)
+                m_undoStack->undo();
+        },
+        QKeySequence::Undo);
+    m_redoAction = edit->addAction(
+        tr("&Redo"), this,
+        [this] {
+            if (!m_computing)
+                m_undoStack->redo();
+        },
+        QKeySequence(tr("Ctrl+Shift+Z")));
+    connect(m_undoStack, &QUndoStack::indexChanged, this, &MainWindow::updateActions);
+    edit->addSeparator();
     m_deleteAction = edit->addAction(tr("&Delete"), this, &MainWindow::deleteSelected, QKeySequence::Delete);
+    // Also on the data list's context menu.
+    m_dataList->setContextMenuPolicy(Qt::ActionsContextMenu);
+    m_dataList->addAction(m_deleteAction);
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
     auto* layouts = new QActionGroup(this);
@@ -152,7 +181,7 @@ void MainWindow::createMenus() {
 
 void MainWindow::onDataAdded(Data* data) {
     const bool shown = m_display->showData(*data);
-    m_dataList->addData(*data, shown);
+    m_dataList->addData(*data, shown, int(m_model->indexOf(data)));
 }
 
 void MainWindow::onDataRemoved(Data* data) {
@@ -161,6 +190,8 @@ void MainWindow::onDataRemoved(Data* data) {
         delete m_dataController;
         m_dataController = nullptr;
     }
+    if (m_algorithm && !m_algorithm->survivesDataDeletion(data))
+        closeAlgorithm();
     m_recorder->forget(data);
     m_display->hideData(*data);
     m_dataList->removeData(*data);
@@ -235,6 +266,7 @@ bool MainWindow::openAlgorithm(const std::string& id) {
     }
     if (auto* standard = qobject_cast<DefaultAlgorithmController*>(m_controller)) {
         connect(standard, &DefaultAlgorithmController::computeStarted, this, [this] {
+            keepInputCopies();
             m_computing = true;
             m_display->setFrozen(true); // data edited in place is not drawn while it changes
             updateActions();
@@ -271,15 +303,18 @@ void MainWindow::onComputeFinished(int status) {
         m_display->refreshData(*input);
     }
     OwningDataList output = m_algorithm->takeOutput();
-    std::vector<const Data*> added;
+    std::vector<Data*> added;
     for (std::unique_ptr<Data>& data : output.release()) {
         if (data->name().empty())
             data->setName(m_algorithm->factoryInfo().id +
                           (added.empty() ? std::string() : std::to_string(added.size() + 1)));
         added.push_back(m_model->add(std::move(data)));
     }
+    std::unique_ptr<DataModelCommand> command = runCommand(added);
+    if (!command->isEmpty())
+        m_undoStack->push(command.release());
     if (status == Algorithm::Success)
-        m_recorder->addStep(*m_algorithm, added);
+        m_recorder->addStep(*m_algorithm, {added.begin(), added.end()});
     else
         showError(tr("Algorithm failed"), tr("%1 ended with status %2; the log says why.")
                                               .arg(QString::fromStdString(m_algorithm->factoryInfo().id))
@@ -287,14 +322,44 @@ void MainWindow::onComputeFinished(int status) {
     updateActions();
 }
 
+void MainWindow::keepInputCopies() {
+    m_inputCopies.clear();
+    for (Data* input : m_algorithm->factoryInfo().inputs)
+        if (std::unique_ptr<Data> copy = FactoryRegistry::get().cloneData(input))
+            m_inputCopies.emplace_back(input, std::move(copy));
+}
+
+std::unique_ptr<DataModelCommand> MainWindow::runCommand(const std::vector<Data*>& added) {
+    const QString title = QString::fromStdString(m_algorithm->factoryInfo().id);
+    auto command = std::make_unique<DataModelCommand>(*m_model, tr("Run %1").arg(title));
+    if (editedInPlace(*m_algorithm, !added.empty())) {
+        for (Data* input : m_algorithm->factoryInfo().inputs) {
+            const auto copy = std::find_if(m_inputCopies.begin(), m_inputCopies.end(),
+                                           [input](const auto& entry) { return entry.first == input; });
+            if (copy != m_inputCopies.end())
+                command->addReplaced(input, std::move(copy->second));
+            else
+                TW_LOG_WARN("{} may have changed {} in place, which cannot be undone", title.toStdString(),
+                            input->name());
+        }
+    }
+    m_inputCopies.clear();
+    for (Data* data : added)
+        command->addAdded(data);
+    return command;
+}
+
 void MainWindow::deleteSelected() {
     if (m_computing)
         return;
+    auto command = std::make_unique<DataModelCommand>(*m_model, tr("Delete"));
     for (Data* data : m_dataList->selectedData()) {
-        if (m_algorithm && !m_algorithm->survivesDataDeletion(data))
-            closeAlgorithm();
-        m_model->remove(data);
+        const std::size_t index = m_model->indexOf(data);
+        if (std::unique_ptr<Data> taken = m_model->take(data))
+            command->addRemoved(std::move(taken), index);
     }
+    if (!command->isEmpty())
+        m_undoStack->push(command.release());
     updateActions();
 }
 
@@ -371,6 +436,8 @@ void MainWindow::showError(const QString& title, const QString& text) {
 void MainWindow::updateActions() {
     const DataList selection = m_dataList->selectedData();
     m_deleteAction->setEnabled(!selection.empty() && !m_computing);
+    m_undoAction->setEnabled(m_undoStack->canUndo() && !m_computing);
+    m_redoAction->setEnabled(m_undoStack->canRedo() && !m_computing);
     m_algorithmMenu->setEnabled(!m_computing);
     m_algorithmMenu->updateEnabled(selection);
 }

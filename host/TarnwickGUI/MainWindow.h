@@ -5,6 +5,7 @@
 
 #include <QMainWindow>
 #include <QStringList>
+#include <QUndoStack>
 
 #include <memory>
 #include <string>
@@ -25,13 +26,18 @@ class WorkspaceRecorder;
 /// the left, the controller of the open algorithm and that of
 /// the selected data (window/level of images, display options of other data) on the right and the log at the bottom;
 /// menus File (open, also by dropping files on the window; save as .tnw; export by extension; save the session as a
-/// workspace), Edit (delete), View (layouts, crosshair) and Algorithms (the catalogue, enabled by the data list's
-/// selection).
+/// workspace), Edit (undo, redo, delete), View (layouts, crosshair) and Algorithms (the catalogue, enabled by the data
+/// list's selection).
 ///
 /// The window owns the data model. Every data set added to it is listed and shown in the views;
 /// algorithms run on the selection through their controller (the plug-in's controller factory, else
 /// DefaultAlgorithmController), and their outputs are added to the model when they finish. File and
 /// algorithm failures are reported in a message box (window-modal, not blocking) and in the log.
+///
+/// Changes of the data model go on an undo stack, one command each: the outputs an algorithm run
+/// added, the data deleted, and the inputs a run edited in place (those of a run that produced no
+/// output or whose "inPlace" parameter is on), restored from copies the host's data clone takes before
+/// every run. Undo and redo are refused while a computation runs.
 class MainWindow : public QMainWindow, public SignalReceiver {
     Q_OBJECT
 public:
@@ -48,6 +54,7 @@ public:
     DefaultAlgorithmController* defaultController() const;
     /// The controller of the selected data set (one selected), or null.
     DataController* dataController() const { return m_dataController; }
+    QUndoStack* undoStack() const { return m_undoStack; }
 
     /// Loads each file by its extension and adds its data; a file that fails is reported and the
     /// others are still loaded. True when every file loaded.
@@ -74,6 +81,10 @@ private:
     void onDataRemoved(Data* data);
     void onComputeFinished(int status);
     void deleteSelected();
+    /// Copies of the open algorithm's inputs that the host can clone, taken before it runs.
+    void keepInputCopies();
+    /// The command recording what the finished run changed in the model.
+    std::unique_ptr<class DataModelCommand> runCommand(const std::vector<Data*>& added);
     void chooseFilesToOpen();
     void chooseFileToSave(bool exportFile);
     void chooseWorkspaceToSave();
@@ -92,6 +103,11 @@ private:
     class QDockWidget* m_dataControllerDock = nullptr;
     DataController* m_dataController = nullptr; ///< owned by its dock
     class QAction* m_deleteAction = nullptr;
+    class QAction* m_undoAction = nullptr;
+    class QAction* m_redoAction = nullptr;
+    QUndoStack* m_undoStack = nullptr;
+    /// Inputs of the running algorithm and their copies from before the run.
+    std::vector<std::pair<Data*, std::unique_ptr<Data>>> m_inputCopies;
     std::unique_ptr<Algorithm> m_algorithm;
     QWidget* m_controller = nullptr; ///< owned by the controller dock
     bool m_computing = false;

@@ -41,6 +41,7 @@
 
 #include <Eigen/Geometry>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -78,6 +79,11 @@ VesselFiles writeVesselFiles(const Test::TempDir& folder, const Eigen::Matrix4d&
 
 bool isMaskColour(QRgb pixel) { // label 1 is drawn orange
     return qRed(pixel) > 200 && qGreen(pixel) > 90 && qGreen(pixel) < 170 && qBlue(pixel) < 60;
+}
+
+/// Half-transparent orange over grey: red above green above blue.
+bool isOverMask(QRgb pixel) {
+    return qRed(pixel) > qGreen(pixel) + 30 && qGreen(pixel) > qBlue(pixel) + 30;
 }
 
 class MainWindowTest : public testing::Test {
@@ -199,10 +205,14 @@ TEST_F(MainWindowTest, OpenedImagesAreListedAndShownInLinkedViews) {
     GlSliceView* axial = view(DisplayWidgetMulti::Axial)->sliceView();
     // A point inside the vessel, off the crosshair lines (which pass through the vessel's axis).
     const Eigen::Vector2d vesselCentre = axial->viewState().project(Eigen::Vector3d(5.0, 2.0, 0.0));
-    const auto pixelAtVessel = [&] {
-        return view(DisplayWidgetMulti::Axial)->grabFramebuffer().pixel(int(vesselCentre.x()), int(vesselCentre.y()));
+    // As the window shows it: the window composes the view's pixels with their alpha.
+    const auto pixelAt = [&](const Eigen::Vector2d& at) {
+        const QPoint inWindow =
+            view(DisplayWidgetMulti::Axial)->mapTo(m_window.get(), QPoint(int(at.x()), int(at.y())));
+        return m_window->grab().toImage().pixel(inWindow);
     };
-    EXPECT_TRUE(isMaskColour(pixelAtVessel())) << std::hex << pixelAtVessel();
+    const auto pixelAtVessel = [&] { return pixelAt(vesselCentre); };
+    const QRgb blended = pixelAtVessel();
     // Unticking the mask in the list uncovers the grey scan, neither black nor white there.
     list->item(*m_mask)->setCheckState(DataListWidget::NameColumn, Qt::Unchecked);
     EXPECT_FALSE(m_window->display()->isShown(*m_mask));
@@ -211,6 +221,11 @@ TEST_F(MainWindowTest, OpenedImagesAreListedAndShownInLinkedViews) {
     EXPECT_LT(qRed(scanPixel), 220);
     EXPECT_EQ(qRed(scanPixel), qGreen(scanPixel));
     EXPECT_EQ(qGreen(scanPixel), qBlue(scanPixel));
+    // The mask was half the label colour over half the scan.
+    const auto unblended = [&](int mixed, int scan) { return std::clamp(2 * mixed - scan, 0, 255); };
+    const QRgb label = qRgb(unblended(qRed(blended), qRed(scanPixel)), unblended(qGreen(blended), qGreen(scanPixel)),
+                            unblended(qBlue(blended), qBlue(scanPixel)));
+    EXPECT_TRUE(isMaskColour(label)) << std::hex << blended << " over " << scanPixel;
 
     // Selecting the scan opens its image controller; a level above every value turns the scan black.
     clickRow(*m_scan);
@@ -221,6 +236,25 @@ TEST_F(MainWindowTest, OpenedImagesAreListedAndShownInLinkedViews) {
     QTest::keyClicks(imageController->levelBox(), "8"); // the scan goes from 0 to about 3
     QTest::keyClick(imageController->levelBox(), Qt::Key_Return);
     EXPECT_EQ(qRed(pixelAtVessel()), 0);
+    // With value 0 mid-grey, the scan shows around the vessels through the mask's label 0.
+    imageController->levelBox()->selectAll();
+    QTest::keyClicks(imageController->levelBox(), "0");
+    QTest::keyClick(imageController->levelBox(), Qt::Key_Return);
+    list->item(*m_mask)->setCheckState(DataListWidget::NameColumn, Qt::Checked);
+    const Eigen::Vector2d outside = axial->viewState().project(Eigen::Vector3d(5.0, -10.0, 0.0));
+    const QRgb outsidePixel = pixelAt(outside);
+    EXPECT_GT(qRed(outsidePixel), 100) << std::hex << outsidePixel;
+    EXPECT_EQ(qRed(outsidePixel), qGreen(outsidePixel));
+    EXPECT_EQ(qGreen(outsidePixel), qBlue(outsidePixel));
+    // The mask's own controller makes it opaque: the label colour alone over the vessel.
+    clickRow(*m_mask);
+    auto* maskController = qobject_cast<ImageDataController*>(m_window->dataController());
+    ASSERT_NE(maskController, nullptr);
+    maskController->opacityBox()->setFocus();
+    maskController->opacityBox()->selectAll();
+    QTest::keyClicks(maskController->opacityBox(), "1");
+    QTest::keyClick(maskController->opacityBox(), Qt::Key_Return);
+    EXPECT_TRUE(isMaskColour(pixelAtVessel())) << std::hex << pixelAtVessel();
 
     // A click in the axial view moves the crosshair there, and the other views' slices with it.
     GlViewWidget* axialWidget = view(DisplayWidgetMulti::Axial);
@@ -316,8 +350,8 @@ TEST_P(ExtractionTest, RunFromTheFormDrawsTheGraphOverTheMask) {
         ++inSlab;
         const Eigen::Vector2d pixel = slice->viewState().project(world);
         const QPoint at(int(pixel.x()), int(pixel.y()));
-        overMask += isMaskColour(before.pixel(at));
-        drawn += before.pixel(at) != after.pixel(at) && !isMaskColour(after.pixel(at));
+        overMask += isOverMask(before.pixel(at));
+        drawn += before.pixel(at) != after.pixel(at) && !isOverMask(after.pixel(at));
     }
     EXPECT_GE(inSlab, 10);
     EXPECT_EQ(overMask, inSlab);
@@ -332,6 +366,53 @@ TEST_P(ExtractionTest, RunFromTheFormDrawsTheGraphOverTheMask) {
 INSTANTIATE_TEST_SUITE_P(Placements, ExtractionTest, testing::Bool(), [](const testing::TestParamInfo<bool>& info) {
     return info.param ? "Oblique" : "AxisAligned";
 });
+
+// Ctrl+Z and Ctrl+Shift+Z undo and redo an extraction's graph, an in-place smoothing of it (the graph as it
+// was comes back) and a deletion (the data set returns to its row).
+TEST_F(MainWindowTest, UndoRedoRestoresAddedEditedAndDeletedData) {
+    openBoth();
+    DefaultAlgorithmController* controller = openExtraction();
+    ASSERT_NE(controller, nullptr);
+    Data* graph = computeWith(*controller);
+    ASSERT_NE(graph, nullptr);
+    const std::string extracted = exportGraphML(*graph, "extracted.graphml");
+    DataModel& model = m_window->dataModel();
+    DataListWidget* list = m_window->dataList();
+    const auto undo = [&] { QTest::keyClick(m_window.get(), Qt::Key_Z, Qt::ControlModifier); };
+    const auto redo = [&] { QTest::keyClick(m_window.get(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier); };
+    const auto listedAndShown = [&](const Data& data, int row) {
+        return model.indexOf(&data) == std::size_t(row) && list->topLevelItem(row) == list->item(data) &&
+               m_window->display()->isShown(data);
+    };
+
+    undo();
+    EXPECT_FALSE(model.contains(graph));
+    EXPECT_EQ(list->item(*graph), nullptr);
+    EXPECT_FALSE(m_window->display()->isShown(*graph));
+    redo();
+    EXPECT_TRUE(listedAndShown(*graph, 2));
+
+    clickRow(*graph);
+    m_window->algorithmMenu()->action("GraphSmoothing")->trigger();
+    controller = m_window->defaultController();
+    ASSERT_NE(controller, nullptr);
+    ASSERT_EQ(computeWith(*controller), nullptr); // in place: no new data set
+    const std::string smoothed = exportGraphML(*graph, "smoothed.graphml");
+    ASSERT_NE(smoothed, extracted);
+    undo();
+    ASSERT_EQ(model.size(), 3u);
+    Data* restored = model.getAll()[2];
+    EXPECT_TRUE(listedAndShown(*restored, 2));
+    EXPECT_EQ(exportGraphML(*restored, "restored.graphml"), extracted);
+    redo();
+    EXPECT_EQ(exportGraphML(*model.getAll()[2], "redone.graphml"), smoothed);
+
+    clickRow(*m_scan);
+    QTest::keyClick(list, Qt::Key_Delete);
+    EXPECT_FALSE(model.contains(m_scan));
+    undo();
+    EXPECT_TRUE(listedAndShown(*m_scan, 0));
+}
 
 // The session saved as a workspace and run by tarnwick-cli gives the same graph, parameters included.
 TEST_F(MainWindowTest, SavedWorkspaceRepeatsTheSessionOnTheCommandLine) {

@@ -2,7 +2,8 @@
 // GlImage: samples the image volume through its world-to-texture matrix and maps the value through
 // window/level and a colour map. With MAXIMUM_INTENSITY defined, each fragment casts the viewing ray
 // through the volume and shows the largest value on it; otherwise it shows the value at its own
-// world position (a slice), discarding positions outside the image.
+// world position (a slice), discarding positions outside the image. The colour's alpha is scaled by
+// the opacity; in label mode values below 0.5 (label 0) are discarded.
 in vec3 vWorld;
 out vec4 fragColor;
 
@@ -14,6 +15,8 @@ uniform float uValueScale;  // stored texel -> image value: value = texel * scal
 uniform float uValueOffset;
 uniform float uWindowLow;   // level - window / 2
 uniform float uWindowWidth;
+uniform float uOpacity;
+uniform int uLabelMode;
 
 #ifdef MAXIMUM_INTENSITY
 uniform mat4 uClipToWorld;
@@ -26,8 +29,11 @@ uniform int uFlatZ;       // one-slice image: sample its slice wherever the plan
 float imageValue(vec3 textureCoord) { return texture(uVolume, textureCoord).r * uValueScale + uValueOffset; }
 
 vec4 mapped(float value) {
+    if (uLabelMode != 0 && value < 0.5)
+        discard;
     float t = clamp((value - uWindowLow) / uWindowWidth, 0.0, 1.0);
-    return texture(uColormap, (t * float(uColormapSize - 1) + 0.5) / float(uColormapSize));
+    vec4 colour = texture(uColormap, (t * float(uColormapSize - 1) + 0.5) / float(uColormapSize));
+    return vec4(colour.rgb, colour.a * uOpacity);
 }
 
 void main() {

@@ -4,13 +4,19 @@
 
 namespace Tarnwick {
 
-DataModel::~DataModel() { clear(); }
+DataModel::~DataModel() {
+    clear();
+}
 
 Data* DataModel::add(std::unique_ptr<Data> data) {
+    return insert(m_items.size(), std::move(data));
+}
+
+Data* DataModel::insert(std::size_t index, std::unique_ptr<Data> data) {
     if (!data)
         return nullptr;
     Data* raw = data.get();
-    m_items.push_back(std::move(data));
+    m_items.insert(m_items.begin() + std::ptrdiff_t(std::min(index, m_items.size())), std::move(data));
     signalDataAdded.emitSignal(raw);
     return raw;
 }
@@ -23,12 +29,17 @@ std::vector<Data*> DataModel::add(OwningDataList output) {
 }
 
 bool DataModel::remove(const Data* data) {
-    auto it = std::find_if(m_items.begin(), m_items.end(), [data](const auto& item) { return item.get() == data; });
-    if (it == m_items.end())
-        return false;
-    signalDataRemoved.emitSignal(it->get());
-    m_items.erase(it);
-    return true;
+    return take(data) != nullptr;
+}
+
+std::unique_ptr<Data> DataModel::take(const Data* data) {
+    const std::size_t index = indexOf(data);
+    if (index == m_items.size())
+        return nullptr;
+    signalDataRemoved.emitSignal(m_items[index].get());
+    std::unique_ptr<Data> taken = std::move(m_items[index]);
+    m_items.erase(m_items.begin() + std::ptrdiff_t(index));
+    return taken;
 }
 
 void DataModel::clear() {
@@ -37,7 +48,13 @@ void DataModel::clear() {
 }
 
 bool DataModel::contains(const Data* data) const {
-    return std::any_of(m_items.begin(), m_items.end(), [data](const auto& item) { return item.get() == data; });
+    return indexOf(data) != m_items.size();
+}
+
+std::size_t DataModel::indexOf(const Data* data) const {
+    const auto it =
+        std::find_if(m_items.begin(), m_items.end(), [data](const auto& item) { return item.get() == data; });
+    return std::size_t(it - m_items.begin());
 }
 
 DataList DataModel::getAll(Data::Kind kind, Data::Modality modality) const {
