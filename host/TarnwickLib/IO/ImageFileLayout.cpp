@@ -261,16 +261,22 @@ DataLocation dataLocation(const fs::path& header, const std::string& dataFile, s
     return location;
 }
 
+constexpr std::size_t maxMetaKeyLength = 200;
+
 /// The "Key = Value" fields of a MetaImage header up to ElementDataFile, which ends the header.
 struct MetaHeader {
     std::map<std::string, std::string> fields;
     /// Offset of the first byte after the header; 0 when ElementDataFile was not found.
     std::size_t end = 0;
+    /// The most bytes the reader would take as one field name: everything from the end of a field's
+    /// line to the next '=', across lines that hold none.
+    std::size_t longestKey = 0;
 };
 
 MetaHeader parseMetaHeader(const fs::path& path) {
     const std::string head = readPrefix(path, 1 << 16);
     MetaHeader header;
+    std::size_t keyLength = 0; // bytes since the last field's line
     for (std::size_t pos = 0; pos < head.size();) {
         std::size_t end = head.find('\n', pos);
         if (end == std::string::npos)
@@ -278,8 +284,12 @@ MetaHeader parseMetaHeader(const fs::path& path) {
         const std::string line = head.substr(pos, end - pos);
         pos = end + 1;
         const std::size_t equals = line.find('=');
-        if (equals == std::string::npos)
+        header.longestKey = std::max(header.longestKey, keyLength + std::min(equals, line.size() + 1));
+        if (equals == std::string::npos) {
+            keyLength += line.size() + 1;
             continue;
+        }
+        keyLength = 0;
         const std::string key = String::trimCopy(line.substr(0, equals));
         header.fields[key] = String::trimCopy(line.substr(equals + 1));
         if (key == "ElementDataFile") {
@@ -293,7 +303,11 @@ MetaHeader parseMetaHeader(const fs::path& path) {
 std::string checkMetaImageHeader(const fs::path& path) {
     // The reader reads NDims values for every array field, so a negative or huge count makes it
     // loop for billions of values. Keys are compared without case to be safe.
-    for (const auto& [key, value] : parseMetaHeader(path).fields) {
+    const MetaHeader header = parseMetaHeader(path);
+    // The reader copies each field name into a fixed buffer of 255 bytes without checking its length.
+    if (header.longestKey > maxMetaKeyLength)
+        return fmt::format("the header is corrupt: a field name longer than {} characters", maxMetaKeyLength);
+    for (const auto& [key, value] : header.fields) {
         if (String::toLowerCopy(key) != "ndims")
             continue;
         const std::optional<std::uint64_t> rank = parseCount(value);
@@ -312,8 +326,9 @@ std::string checkMetaImage(const fs::path& path, std::uint64_t dataBytes) {
     const std::string dataFile = field("ElementDataFile");
     const bool compressed = field("CompressedData") == "True" || field("CompressedData") == "true";
     const std::optional<std::uint64_t> compressedSize = parseCount(field("CompressedDataSize"));
-    // Lists and file patterns are left to the reader.
-    if (header.end == 0 || dataFile == "LIST" || dataFile.find_first_of("% ") != std::string::npos)
+    // Lists and file patterns ("slice%03d.raw 1 10 1") are left to the reader; any other name, blanks
+    // included, is one data file.
+    if (header.end == 0 || dataFile == "LIST" || dataFile.find('%') != std::string::npos)
         return {};
     std::string error;
     const DataLocation data =
@@ -356,6 +371,25 @@ std::string checkNrrdText(const DataLocation& data, std::uint64_t lineSkip, std:
     if (values.count < valueCount)
         return fmt::format("the file is truncated: its text-encoded pixel data needs {} values, {} are present",
                            valueCount, values.count);
+    return {};
+}
+
+/// The reader formats its error messages, which quote the offending header line, into a fixed buffer
+/// of about 1 kB on the stack, so a long malformed line would overflow it.
+std::string checkNrrdHeader(const fs::path& path) {
+    constexpr std::size_t maxLine = 900;
+    const std::string head = readPrefix(path, 1 << 16);
+    for (std::size_t pos = 0; pos < head.size();) {
+        std::size_t end = head.find('\n', pos);
+        if (end == std::string::npos)
+            end = head.size();
+        if (end == pos || (end == pos + 1 && head[pos] == '\r'))
+            break; // blank line: attached data follows
+        if (end - pos > maxLine)
+            return fmt::format("the header is corrupt: a line of {} characters (at most {} are accepted)", end - pos,
+                               maxLine);
+        pos = end + 1;
+    }
     return {};
 }
 
@@ -531,6 +565,18 @@ private:
         const std::uint64_t bytes = mulSaturated(count, static_cast<std::uint64_t>(widths[type]));
         if (bytes > 4 && addSaturated(valueAt<std::uint32_t>(entries, entry + 8, m_swap), bytes) > m_size)
             return pastEnd(page);
+        // The reader takes the length of every text value with strlen, so each must end in a NUL.
+        if (type == 2) {
+            std::string last;
+            if (count == 0)
+                last = std::string(1, '\1');
+            else if (bytes <= 4)
+                last = entries.substr(entry + 8 + count - 1, 1);
+            else if (!read(valueAt<std::uint32_t>(entries, entry + 8, m_swap) + count - 1, 1, last))
+                return pastEnd(page);
+            if (last != std::string(1, '\0'))
+                return fmt::format("the file is corrupt: page {} has text tag {} without an end", page, tag);
+        }
         return {};
     }
 
@@ -589,6 +635,8 @@ std::string ImageFileLayout::checkHeader(const std::string& path) {
         return checkNiftiHeader(path, true);
     if (hasExtension(path, ".mha") || hasExtension(path, ".mhd"))
         return checkMetaImageHeader(path);
+    if (hasExtension(path, ".nrrd") || hasExtension(path, ".nhdr"))
+        return checkNrrdHeader(path);
     if (hasExtension(path, ".tif") || hasExtension(path, ".tiff"))
         return TiffReader(path).check(std::nullopt);
     return {};

@@ -74,7 +74,10 @@ bool ShortestPathSearch::run(const std::vector<std::size_t>& seeds, std::optiona
     }
     const bool reverse = m_direction == Direction::Backward && m_graph.type() == Graph::Directed;
     while (!heap.empty()) {
-        const auto [distance, rank] = heap.top();
+        // Plain variables, not a structured binding: the lambda below captures them (C++17 forbids
+        // capturing bindings; clang refuses it).
+        const double distance = heap.top().first;
+        const std::size_t rank = heap.top().second;
         heap.pop();
         if (stopAt && rank == *stopAt)
             break;

@@ -334,8 +334,10 @@ std::unique_ptr<Graph> buildGraph(const rx::xml_document<char>& document) {
         const auto fileId = attribute(*element, "id");
         if (!fileId)
             throw std::runtime_error("a node element has no id");
-        const auto [entry, added] = nodeIds.try_emplace(std::string(*fileId), 0);
-        if (!added)
+        // No structured binding: the lambdas below capture the entry (clang refuses captured bindings).
+        const auto inserted = nodeIds.try_emplace(std::string(*fileId), 0);
+        const auto entry = inserted.first;
+        if (!inserted.second)
             throw std::runtime_error("node id '" + entry->first + "' is used twice");
         Graph::NodeInfo node(keys.node.positionDefault, nodeDefaults);
         data.read(

@@ -185,6 +185,10 @@ TEST(ImageFileErrors, DamagedFilesFromTheDataFolder) {
         {"compressed-cut.mha", "the compressed pixel data is cut short or corrupt"},
         {"compressed-short.mha", "needs 24 bytes, 10 are present"},
         {"compressed-huge-sizes.mha", "needs 3000000000 bytes, 11 are present"},
+        {"long-field-name.mha", "a field name longer than 200 characters"},
+        {"long-header-line.nrrd", "a line of 1215 characters"},
+        {"missing-data-file-with-blank.mha", "does not exist"},
+        {"unterminated-text-tag.tif", "has text tag 3 without an end"},
     };
     for (const auto& [name, message] : cases)
         EXPECT_THAT(loadError(folder + name), HasSubstr(message)) << name;

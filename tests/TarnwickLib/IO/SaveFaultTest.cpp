@@ -99,7 +99,9 @@ TEST(SaveFaults, FileSizeLimitKeepsThePreviousFileAndNamesTheCause) {
              return ImageFileIO::save(randomSet({64, 64, 64}), path).error;
          }},
     };
-    for (const auto& [name, save] : savers) {
+    for (const auto& saver : savers) {
+        const std::string& name = saver.first;
+        const auto& save = saver.second; // a plain reference: lambdas cannot capture structured bindings in C++17
         SCOPED_TRACE(name);
         const std::string path = dir.file(name);
         const std::string small = ImageFileIO::isSupported(path) ? save(path) : writeAtomically(path, "previous");
