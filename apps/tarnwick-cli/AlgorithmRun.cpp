@@ -10,25 +10,6 @@
 
 namespace Tarnwick::Cli {
 
-namespace {
-
-const char* statusMeaning(int status) {
-    switch (status) {
-    case Algorithm::Success:
-        return "success";
-    case Algorithm::Error:
-        return "error";
-    case Algorithm::InvalidInput:
-        return "invalid input";
-    case Algorithm::IncompleteInput:
-        return "incomplete input";
-    default:
-        return "failure";
-    }
-}
-
-} // namespace
-
 bool AlgorithmRun::isKnown(const std::string& id) {
     if (FactoryRegistry::get().findAlgorithm(id))
         return true;
@@ -75,7 +56,7 @@ bool AlgorithmRun::compute() {
     }
     m_algorithm->setProgress(nullptr);
     const int status = threw ? Algorithm::Error : m_algorithm->status();
-    fmt::print("{}: status {} ({}) in {}\n", m_id, status, statusMeaning(status), timer.formatted());
+    fmt::print("{}: status {} ({}) in {}\n", m_id, status, Algorithm::statusText(status), timer.formatted());
     return status == Algorithm::Success;
 }
 

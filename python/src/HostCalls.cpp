@@ -43,19 +43,6 @@ DataList view(const std::vector<DataPtr>& data) {
     return list;
 }
 
-const char* statusMeaning(int status) {
-    switch (status) {
-    case Algorithm::Error:
-        return "error";
-    case Algorithm::InvalidInput:
-        return "invalid input";
-    case Algorithm::IncompleteInput:
-        return "incomplete input";
-    default:
-        return "failure";
-    }
-}
-
 void addParameters(const Configurable& configurable, const std::string& prefix, py::list& rows) {
     for (ParameterBase* parameter : configurable.parameters()) {
         if (const Configurable* group = parameter->group()) {
@@ -207,7 +194,7 @@ std::vector<DataPtr> run(const std::string& id, const std::vector<DataPtr>& inpu
     }
     const int status = thrown.empty() ? algorithm->status() : Algorithm::Error;
     if (status != Algorithm::Success)
-        throw std::runtime_error(fmt::format("{} failed with status {} ({}): {}", id, status, statusMeaning(status),
+        throw std::runtime_error(fmt::format("{} failed with status {} ({}): {}", id, status, Algorithm::statusText(status),
                                              thrown.empty() ? log.problems("no reason was logged") : thrown));
     return shared(algorithm->takeOutput());
 }

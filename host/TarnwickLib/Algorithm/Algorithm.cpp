@@ -16,4 +16,19 @@ bool Algorithm::survivesDataDeletion(const Data* data) const {
     return std::find(inputs.begin(), inputs.end(), data) == inputs.end();
 }
 
+const char* Algorithm::statusText(int status) {
+    switch (status) {
+    case Success:
+        return "success";
+    case Error:
+        return "error";
+    case InvalidInput:
+        return "invalid input";
+    case IncompleteInput:
+        return "incomplete input";
+    default:
+        return "failure";
+    }
+}
+
 } // namespace Tarnwick

@@ -19,6 +19,8 @@ class Algorithm : public Configurable {
 public:
     /// Status values; algorithms may use further values of their own.
     enum Status : int { Success = 0, Error = 1, InvalidInput = 2, IncompleteInput = 3 };
+    /// "success", "error", "invalid input", "incomplete input", or "failure" for other values.
+    static const char* statusText(int status);
 
     /// How the algorithm was created: its catalogue identifier and menu name, and the selection it
     /// was created on (borrowed). Empty when the algorithm was constructed directly.
