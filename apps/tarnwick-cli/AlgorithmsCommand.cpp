@@ -54,23 +54,13 @@ void collectParameters(const Configurable& configurable, const std::string& pref
     }
 }
 
-// An instance only for listing its parameters: made without input, or on an empty selection.
-std::unique_ptr<Algorithm> makeSample(const FactoryRegistry::AlgorithmInfo& info) {
-    const AlgorithmFactory::Entry* entry = info.factory->entry(info.id);
-    if (entry && entry->prototype)
-        return entry->prototype();
-    if (info.factory->isCompatible(info.id, DataList{}))
-        return info.factory->create(info.id, DataList{});
-    return nullptr;
-}
-
 void printDetails(const FactoryRegistry::AlgorithmInfo& info) {
     fmt::print("{}  ({}; factory '{}'{})\n", info.id, info.menuName, info.factoryName,
                info.flags ? fmt::format("; flags {}", info.flags) : "");
     const AlgorithmFactory::Entry* entry = info.factory->entry(info.id);
     for (const Properties& preset : entry->presets)
         fmt::print("  preset '{}'\n", preset.name());
-    const auto sample = makeSample(info);
+    const auto sample = FactoryRegistry::createSample(info);
     if (!sample) {
         fmt::print("  (parameters are known once it is created on input data)\n");
         return;

@@ -63,16 +63,6 @@ void addParameters(const Configurable& configurable, const std::string& prefix, 
     }
 }
 
-/// An instance only for listing parameters: its prototype, or one made without input.
-std::unique_ptr<Algorithm> makeSample(const FactoryRegistry::AlgorithmInfo& info) {
-    const AlgorithmFactory::Entry* entry = info.factory->entry(info.id);
-    if (entry && entry->prototype)
-        return entry->prototype();
-    if (info.factory->isCompatible(info.id, DataList{}))
-        return info.factory->create(info.id, DataList{});
-    return nullptr;
-}
-
 } // namespace
 
 std::pair<std::vector<std::string>, std::vector<std::string>> initialize(const std::vector<std::string>& folders) {
@@ -130,7 +120,7 @@ py::list algorithms() {
         entry["name"] = info.menuName;
         entry["factory"] = info.factoryName;
         entry["parameters"] = py::none();
-        if (const auto sample = makeSample(info)) {
+        if (const auto sample = FactoryRegistry::createSample(info)) {
             py::list parameters;
             addParameters(*sample, "", parameters);
             entry["parameters"] = parameters;

@@ -107,4 +107,13 @@ std::unique_ptr<AlgorithmController> FactoryRegistry::createController(Algorithm
     return nullptr;
 }
 
+std::unique_ptr<Algorithm> FactoryRegistry::createSample(const AlgorithmInfo& info) {
+    const AlgorithmFactory::Entry* entry = info.factory->entry(info.id);
+    if (entry && entry->prototype)
+        return entry->prototype();
+    if (info.factory->isCompatible(info.id, DataList{}))
+        return info.factory->create(info.id, DataList{});
+    return nullptr;
+}
+
 } // namespace Tarnwick

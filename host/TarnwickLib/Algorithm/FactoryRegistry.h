@@ -33,6 +33,10 @@ public:
 
     static FactoryRegistry& get();
 
+    /// An instance only for listing the algorithm's parameters: its prototype, or one created on an
+    /// empty selection; null when it needs input to exist.
+    static std::unique_ptr<Algorithm> createSample(const AlgorithmInfo& info);
+
     FactoryRegistry(const FactoryRegistry&) = delete;
     FactoryRegistry& operator=(const FactoryRegistry&) = delete;
 

@@ -5,6 +5,7 @@
 
 #include "../GraphInvariants.h"
 #include "support/LogCapture.h"
+#include "support/Subprocess.h"
 #include "support/TempDir.h"
 
 #include <TarnwickGraph/IO/GraphMLReader.h>
@@ -32,16 +33,7 @@ const std::string script = std::string(TARNWICK_SOURCE_DIR) + "/tests/TarnwickGr
 
 /// Runs the helper script; returns its exit status and standard output.
 std::pair<int, std::string> runScript(const std::string& arguments) {
-    const std::string command = "/usr/bin/python3 '" + script + "' " + arguments + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return {-1, "popen failed"};
-    std::string output;
-    char buffer[4096];
-    while (std::size_t n = fread(buffer, 1, sizeof(buffer), pipe))
-        output.append(buffer, n);
-    const int status = pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+    return Tarnwick::Test::runShell("/usr/bin/python3 '" + script + "' " + arguments);
 }
 
 class GraphMLInterop : public testing::Test {

@@ -1,5 +1,6 @@
 #include <TarnwickLib/IO/ImageFileIO.h>
 
+#include "support/Subprocess.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -19,16 +20,10 @@ const std::string script = std::string(TARNWICK_SOURCE_DIR) + "/tests/TarnwickLi
 
 /// Runs /usr/bin/python3 with `arguments`; returns the exit status and puts the output in `output`.
 int runPython(const std::string& arguments, std::string* output = nullptr) {
-    std::FILE* pipe = popen(("/usr/bin/python3 " + arguments + " 2>&1").c_str(), "r");
-    if (!pipe)
-        return -1;
-    std::string text;
-    char buffer[4096];
-    while (std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe))
-        text.append(buffer, n);
+    auto [status, text] = Tarnwick::Test::runShell("/usr/bin/python3 " + arguments);
     if (output)
         *output = text;
-    return pclose(pipe);
+    return status;
 }
 
 /// Values of every channel of every voxel, x fastest, channels interleaved, as doubles.

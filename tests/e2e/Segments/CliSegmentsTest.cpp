@@ -1,5 +1,6 @@
 // extract --segments on sample phantoms, compared with a table recomputed from the written GraphML by
 // NetworkX (segment_table_reference.py, skipped when NetworkX is missing), and --stats-json.
+#include "../../support/Subprocess.h"
 #include "../../support/TempDir.h"
 #include "../CliRunner.h"
 
@@ -9,7 +10,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <regex>
-#include <sys/wait.h>
 
 namespace {
 
@@ -23,18 +23,9 @@ CliResult cli(std::vector<std::string> arguments) {
 
 /// Runs the NetworkX reference on a graph and its table; exit status and output.
 std::pair<int, std::string> compareWithNetworkX(const std::string& graph, const std::string& table) {
-    const std::string command = "/usr/bin/python3 '" TARNWICK_SOURCE_DIR
-                                "/tests/e2e/Segments/segment_table_reference.py' '" +
-                                graph + "' '" + table + "' 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return {-1, "popen failed"};
-    std::string output;
-    char buffer[4096];
-    while (std::size_t n = fread(buffer, 1, sizeof(buffer), pipe))
-        output.append(buffer, n);
-    const int status = pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+    return Tarnwick::Test::runShell("/usr/bin/python3 '" TARNWICK_SOURCE_DIR
+                                    "/tests/e2e/Segments/segment_table_reference.py' '" +
+                                    graph + "' '" + table + "'");
 }
 
 TEST(CliSegments, TableMatchesNetworkXOnTreeAndLoopPhantoms) {
