@@ -2,12 +2,9 @@
 
 #include "DataStore.h"
 
-#include <map>
-#include <string>
+#include <TarnwickLib/IO/Workspace.h>
 
-namespace Tarnwick {
-class Workspace;
-}
+#include <string>
 
 namespace Tarnwick::Cli {
 
@@ -21,10 +18,9 @@ public:
 
 private:
     int execute(const Workspace& workspace);
-    DataList named(const std::vector<std::string>& names) const;
 
     DataStore m_store;
-    std::map<std::string, DataList> m_names;
+    Workspace::Bindings m_names;
 };
 
 } // namespace Tarnwick::Cli

@@ -2,6 +2,7 @@
 
 #include <TarnwickGL/ColorLegend.h>
 
+#include <memory>
 #include <optional>
 
 namespace Tarnwick {
@@ -16,6 +17,13 @@ class GlView;
 /// instance per name and calls it on the GUI thread.
 class DataDisplayHandler {
 public:
+    /// Base of the panels createDisplayOptionsWidget() returns. The GUI layer derives its widgets from
+    /// it and from QWidget; this layer only hands them on, so it needs no Qt.
+    class OptionsWidget {
+    public:
+        virtual ~OptionsWidget() = default;
+    };
+
     virtual ~DataDisplayHandler();
 
     /// Whether this handler draws data of this type.
@@ -30,6 +38,9 @@ public:
     virtual void onViewDeleted(GlView& view) = 0;
     /// The data's display settings, for an options panel; null when it has none.
     virtual Configurable* displayOptions(Data& data) { return nullptr; }
+    /// A panel editing how `data` is drawn in `view`, built by the GUI layer; null when the handler has
+    /// none (the host then shows displayOptions() as a plain form).
+    virtual std::unique_ptr<OptionsWidget> createDisplayOptionsWidget(Data& data, GlView& view) { return nullptr; }
     /// The colour legend the data's display asks for, if any.
     virtual std::optional<ColorLegend> legend(const Data& data) const { return std::nullopt; }
 };

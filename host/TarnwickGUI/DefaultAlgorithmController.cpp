@@ -1,6 +1,7 @@
 #include <TarnwickGUI/DefaultAlgorithmController.h>
 
 #include <TarnwickCore/Log.h>
+#include <TarnwickGUI/DisplayWidgetMulti.h>
 #include <TarnwickGUI/ProgressBridge.h>
 #include <TarnwickGUI/PropertiesWidget.h>
 #include <TarnwickLib/Algorithm/Algorithm.h>
@@ -71,6 +72,14 @@ DefaultAlgorithmController::~DefaultAlgorithmController() {
     }
 }
 
+void DefaultAlgorithmController::setDisplay(DisplayWidgetMulti* display) {
+    m_display = display;
+}
+
+DisplayWidgetMulti* DefaultAlgorithmController::display() const {
+    return m_display;
+}
+
 void DefaultAlgorithmController::compute() {
     if (m_thread)
         return;
@@ -110,12 +119,18 @@ void DefaultAlgorithmController::onThreadFinished() {
     m_thread->deleteLater();
     m_thread = nullptr;
     m_algorithm->setProgress(nullptr);
+    // A run the user canceled counts as canceled even when it finished before it noticed.
+    if (m_progress->wasCanceled())
+        m_algorithm->setStatus(Algorithm::Canceled);
     const int status = m_algorithm->status();
     const double seconds = m_timer.elapsed() / 1000.0;
-    m_statusLabel->setText(
-        status == Algorithm::Success
-            ? tr("Finished in %1 s").arg(seconds, 0, 'f', 2)
-            : tr("Failed with status %1 after %2 s (see the log)").arg(status).arg(seconds, 0, 'f', 2));
+    if (status == Algorithm::Success)
+        m_statusLabel->setText(tr("Finished in %1 s").arg(seconds, 0, 'f', 2));
+    else if (status == Algorithm::Canceled)
+        m_statusLabel->setText(tr("Canceled after %1 s").arg(seconds, 0, 'f', 2));
+    else
+        m_statusLabel->setText(
+            tr("Failed with status %1 after %2 s (see the log)").arg(status).arg(seconds, 0, 'f', 2));
     setComputing(false);
     Q_EMIT computeFinished(status);
 }

@@ -5,7 +5,10 @@
 #include <QElapsedTimer>
 #include <QWidget>
 
+#include <QPointer>
+
 #include <memory>
+#include <vector>
 
 class QLabel;
 class QProgressBar;
@@ -15,6 +18,8 @@ class QThread;
 namespace Tarnwick {
 
 class Algorithm;
+class Data;
+class DisplayWidgetMulti;
 class ProgressBridge;
 class PropertiesWidget;
 
@@ -29,6 +34,10 @@ class PropertiesWidget;
 ///
 /// `showDefaultsButton` adds a button that resets every parameter to its default;
 /// `hideComputeButton` leaves the button out, for controllers that start computations themselves.
+///
+/// The application calls setDisplay() and then init() once the controller is created, and
+/// postprocessOutput() with the data a finished run added to the data model; subclasses that work in
+/// the views (installing manipulators, for example) override these.
 class DefaultAlgorithmController : public QWidget, public AlgorithmController {
     Q_OBJECT
 public:
@@ -42,10 +51,19 @@ public:
     QPushButton* computeButton() const { return m_compute; }
     bool isComputing() const { return m_thread != nullptr; }
 
+    /// The views of the application, for controllers that work in them; may stay null (no views).
+    void setDisplay(DisplayWidgetMulti* display);
+    DisplayWidgetMulti* display() const;
+    /// Called once after setDisplay(); nothing by default.
+    virtual void init() {}
+    /// The data the finished run added to the data model, in output order; nothing by default.
+    virtual void postprocessOutput(const std::vector<Data*>& added) {}
+
 public Q_SLOTS:
     /// Starts a computation unless one runs.
     void compute();
-    /// Asks the running computation to stop at its next progress check.
+    /// Asks the running computation to stop at its next progress check; it then ends with the status
+    /// Algorithm::Canceled.
     void cancel();
 
 Q_SIGNALS:
@@ -58,6 +76,7 @@ private:
     void setComputing(bool computing);
 
     Algorithm* m_algorithm;
+    QPointer<DisplayWidgetMulti> m_display;
     PropertiesWidget* m_properties = nullptr;
     QPushButton* m_compute = nullptr;
     QPushButton* m_cancel = nullptr;

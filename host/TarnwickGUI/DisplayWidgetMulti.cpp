@@ -73,6 +73,7 @@ DisplayWidgetMulti::DisplayWidgetMulti(QWidget* parent) : QWidget(parent), m_gri
         m_views[i]->view().addObject(m_crosshairs[i].get());
         connect(m_views[i], &GlViewWidget::crosshairRequested, this, &DisplayWidgetMulti::setCrosshair);
         connect(m_views[i], &GlViewWidget::slicePositionChanged, this, &DisplayWidgetMulti::setCrosshair);
+        connect(m_views[i], &GlViewWidget::manipulatorsNotified, this, &DisplayWidgetMulti::updateViews);
     }
     setLayoutMode(TwoByTwo);
 }
@@ -164,6 +165,7 @@ void DisplayWidgetMulti::hideData(Data& data) {
 }
 
 void DisplayWidgetMulti::refreshData(const Data& data) {
+    Q_EMIT dataRefreshed(&data);
     const auto it = m_shown.find(&data);
     if (it == m_shown.end())
         return;
@@ -235,6 +237,16 @@ void DisplayWidgetMulti::setFrozen(bool frozen) {
 void DisplayWidgetMulti::updateViews() {
     for (GlViewWidget* view : m_views)
         view->update();
+}
+
+void DisplayWidgetMulti::addManipulator(Manipulator* manipulator) {
+    for (GlViewWidget* view : m_views)
+        view->addManipulator(manipulator);
+}
+
+void DisplayWidgetMulti::removeManipulator(Manipulator* manipulator) {
+    for (GlViewWidget* view : m_views)
+        view->removeManipulator(manipulator);
 }
 
 void DisplayWidgetMulti::raiseCrosshairs() {

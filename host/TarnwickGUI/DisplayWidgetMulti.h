@@ -10,6 +10,7 @@
 #include <vector>
 
 class QGridLayout;
+class QUndoStack;
 
 namespace Tarnwick {
 
@@ -18,6 +19,7 @@ class Data;
 class DataDisplayHandler;
 class GlImage;
 class GlViewWidget;
+class Manipulator;
 
 /// The view area of the main window: an axial, a coronal and a sagittal slice view and a 3-D view,
 /// laid out 2 x 2 or one of them alone (1 x 1), with one crosshair shared by all of them: moving it
@@ -29,6 +31,10 @@ class GlViewWidget;
 /// label 0 not drawn), as a maximum-intensity projection in the 3-D view. Every other data set is drawn
 /// by its display handler (DataDisplayHandlerFactory) in the views the handler accepts. The widget
 /// does not own the data: hide it before destroying it.
+///
+/// Manipulators added here receive the events of every view (GlViewWidget::addManipulator), and all
+/// views redraw after they saw one. Edits they make to data are recorded on undoStack(), the
+/// application's undo stack when it set one (null: edits are not recorded).
 class DisplayWidgetMulti : public QWidget {
     Q_OBJECT
 public:
@@ -64,6 +70,18 @@ public:
     void setFrozen(bool frozen);
     void updateViews();
 
+    /// Installs a manipulator (not owned) in every view; remove it before destroying it.
+    void addManipulator(Manipulator* manipulator);
+    void removeManipulator(Manipulator* manipulator);
+
+    /// Where manipulators record their edits for undo; not owned, may be null.
+    void setUndoStack(QUndoStack* stack) { m_undoStack = stack; }
+    QUndoStack* undoStack() const { return m_undoStack; }
+
+Q_SIGNALS:
+    /// refreshData() was called: the data's contents changed outside the views.
+    void dataRefreshed(const Data* data);
+
 private:
     struct Shown {
         std::array<std::unique_ptr<GlImage>, viewCount> images; ///< for image data
@@ -80,6 +98,7 @@ private:
     Layout m_layout = TwoByTwo;
     int m_mainView = Axial;
     Eigen::Vector3d m_crosshair = Eigen::Vector3d::Zero();
+    QUndoStack* m_undoStack = nullptr;
 };
 
 } // namespace Tarnwick

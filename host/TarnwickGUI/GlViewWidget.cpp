@@ -3,6 +3,7 @@
 #include <TarnwickCore/Log.h>
 #include <TarnwickGL/GlSliceView.h>
 #include <TarnwickGL/GlVolumeView.h>
+#include <TarnwickGUI/Manipulator.h>
 
 #include <QMouseEvent>
 #include <QOpenGLContext>
@@ -16,6 +17,22 @@ namespace Tarnwick {
 namespace {
 constexpr double zoomPerNotch = 1.15;
 constexpr double degreesPerPixel = 0.5;
+
+bool isManipulatorEvent(QEvent::Type type) {
+    switch (type) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+    case QEvent::ShortcutOverride:
+        return true;
+    default:
+        return false;
+    }
+}
 } // namespace
 
 GlViewWidget::GlViewWidget(std::unique_ptr<GlView> view, QWidget* parent)
@@ -65,6 +82,42 @@ std::optional<Eigen::Vector3d> GlViewWidget::worldAt(const QPoint& position) con
     const Eigen::Vector3d onRay = slice->viewState().unproject(pixel, 0.0);
     const Eigen::Vector3d normal = slice->normal();
     return Eigen::Vector3d(onRay - normal * normal.dot(onRay - slice->slicePosition()));
+}
+
+void GlViewWidget::addManipulator(Manipulator* manipulator) {
+    if (!manipulator || std::find(m_manipulators.begin(), m_manipulators.end(), manipulator) != m_manipulators.end())
+        return;
+    m_manipulators.push_back(manipulator);
+    setMouseTracking(true);
+}
+
+void GlViewWidget::removeManipulator(Manipulator* manipulator) {
+    m_manipulators.erase(std::remove(m_manipulators.begin(), m_manipulators.end(), manipulator), m_manipulators.end());
+    setMouseTracking(!m_manipulators.empty());
+}
+
+bool GlViewWidget::event(QEvent* event) {
+    if (m_manipulators.empty() || m_frozen || !isManipulatorEvent(event->type()))
+        return QOpenGLWidget::event(event);
+    bool consumed = false;
+    // A manipulator may remove itself while handling the event: iterate over a copy.
+    const std::vector<Manipulator*> manipulators = m_manipulators;
+    for (Manipulator* manipulator : manipulators) {
+        if (manipulator->dispatch(event, *m_view, devicePixelRatioF())) {
+            consumed = true;
+            break;
+        }
+    }
+    Q_EMIT manipulatorsNotified();
+    update();
+    if (consumed) {
+        event->accept();
+        // The button was taken by a manipulator: a later move must not continue a camera drag.
+        if (event->type() == QEvent::MouseButtonPress)
+            m_button = Qt::NoButton;
+        return true;
+    }
+    return QOpenGLWidget::event(event);
 }
 
 void GlViewWidget::initializeGL() {

@@ -8,12 +8,14 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace Tarnwick {
 
 class GlView;
 class GlSliceView;
 class GlVolumeView;
+class Manipulator;
 
 /// A QOpenGLWidget that shows one GlView (a slice view or the volume view) and turns mouse input into
 /// camera changes:
@@ -21,6 +23,10 @@ class GlVolumeView;
 ///   a left click moves the crosshair to the clicked point, a left or middle drag pans, a right drag
 ///   zooms;
 /// - volume view: the wheel zooms, a left drag rotates the camera, a middle drag pans.
+///
+/// Installed manipulators (addManipulator) see mouse, wheel and key events first, in the order they
+/// were added; an event one of them consumes does not move the camera. The widget tracks the mouse
+/// while manipulators are installed, so they see moves without a button held too.
 ///
 /// GL objects of the view must be created and destroyed with this widget's context current: use
 /// withContext(). While frozen, paintGL keeps the last picture instead of drawing the view (the data
@@ -50,13 +56,23 @@ public:
     /// volume view.
     std::optional<Eigen::Vector3d> worldAt(const QPoint& position) const;
 
+    /// Adds a manipulator (not owned; ignored when null or already there). Remove it before
+    /// destroying it.
+    void addManipulator(Manipulator* manipulator);
+    void removeManipulator(Manipulator* manipulator);
+
 Q_SIGNALS:
     /// The user moved this view's slice (wheel); the argument is the new slice position.
     void slicePositionChanged(const Eigen::Vector3d& world);
     /// The user clicked a point of a slice view.
     void crosshairRequested(const Eigen::Vector3d& world);
+    /// The manipulators saw an event: what they draw or edit may have changed.
+    void manipulatorsNotified();
 
 protected:
+    /// Hands mouse, wheel and key events to the manipulators before the view's own handlers; not while
+    /// frozen.
+    bool event(QEvent* event) override;
     /// Checks that the context offers OpenGL 4.3; without it the view stays empty and an error is
     /// logged.
     void initializeGL() override;
@@ -72,6 +88,7 @@ private:
     void pan(const QPoint& delta);
 
     std::unique_ptr<GlView> m_view;
+    std::vector<Manipulator*> m_manipulators;
     double m_sliceStep = 1.0;
     bool m_frozen = false;
     bool m_contextUsable = false;

@@ -3,6 +3,7 @@
 #include <TarnwickCore/Log.h>
 #include <TarnwickGL/DataDisplayHandlerFactory.h>
 #include <TarnwickGUI/AlgorithmMenu.h>
+#include <TarnwickGUI/DataControllerFactory.h>
 #include <TarnwickGUI/DataListWidget.h>
 #include <TarnwickGUI/DataModelCommand.h>
 #include <TarnwickGUI/DefaultAlgorithmController.h>
@@ -10,13 +11,16 @@
 #include <TarnwickGUI/DisplayWidgetMulti.h>
 #include <TarnwickGUI/ImageDataController.h>
 #include <TarnwickGUI/LogPanel.h>
+#include <TarnwickGUI/ViewContextMenu.h>
 #include <TarnwickGUI/WorkspaceRecorder.h>
+#include <TarnwickGUI/WorkspaceReplay.h>
 #include <TarnwickLib/Algorithm/Algorithm.h>
 #include <TarnwickLib/Algorithm/FactoryRegistry.h>
 #include <TarnwickLib/Algorithm/ParameterBase.h>
 #include <TarnwickLib/Data/DataModel.h>
 #include <TarnwickLib/Image/SharedImageSet.h>
 #include <TarnwickLib/IO/DataFileIO.h>
+#include <TarnwickLib/IO/Workspace.h>
 
 #include <QAction>
 #include <QActionGroup>
@@ -67,7 +71,9 @@ MainWindow::MainWindow(QWidget* parent)
     setAcceptDrops(true);
     m_display = new DisplayWidgetMulti(this);
     setCentralWidget(m_display);
+    m_display->setUndoStack(m_undoStack); // mouse edits in the views are undone like the rest
     createDocks();
+    new ViewContextMenu(*m_display, *m_model, this);
     createMenus();
     m_model->signalDataAdded.connect(this, [this](Data* data) { onDataAdded(data); });
     m_model->signalDataRemoved.connect(this, [this](Data* data) { onDataRemoved(data); });
@@ -185,7 +191,7 @@ void MainWindow::onDataAdded(Data* data) {
 }
 
 void MainWindow::onDataRemoved(Data* data) {
-    if (m_dataController && &m_dataController->data() == data) {
+    if (m_dataController && m_dataController->controls(*data)) {
         m_dataControllerDock->setWidget(nullptr);
         delete m_dataController;
         m_dataController = nullptr;
@@ -200,23 +206,55 @@ void MainWindow::onDataRemoved(Data* data) {
 bool MainWindow::openFiles(const QStringList& paths) {
     bool allLoaded = true;
     for (const QString& path : paths) {
-        ErrorCollector errors;
-        std::optional<OwningDataList> loaded = DataFileIO::load(path.toStdString());
-        if (!loaded) {
-            showError(tr("Cannot open file"), tr("%1 could not be opened:\n%2").arg(path, errors.text()));
-            allLoaded = false;
-            continue;
-        }
-        m_lastFolder = QFileInfo(path).absolutePath();
-        std::vector<const Data*> added;
-        for (std::unique_ptr<Data>& data : loaded->release()) {
-            if (data->name().empty())
-                data->setName(QFileInfo(path).fileName().section('.', 0, 0).toStdString());
-            added.push_back(m_model->add(std::move(data)));
-        }
-        m_recorder->addFile(path.toStdString(), added);
+        if (path.endsWith(".tws", Qt::CaseInsensitive))
+            allLoaded = replayWorkspace(path) && allLoaded;
+        else
+            allLoaded = openFile(path).has_value() && allLoaded;
     }
     return allLoaded;
+}
+
+std::optional<DataList> MainWindow::openFile(const QString& path) {
+    ErrorCollector errors;
+    std::optional<OwningDataList> loaded = DataFileIO::load(path.toStdString());
+    if (!loaded) {
+        showError(tr("Cannot open file"), tr("%1 could not be opened:\n%2").arg(path, errors.text()));
+        return std::nullopt;
+    }
+    m_lastFolder = QFileInfo(path).absolutePath();
+    auto command = std::make_unique<DataModelCommand>(*m_model, tr("Open %1").arg(QFileInfo(path).fileName()));
+    DataList added;
+    for (std::unique_ptr<Data>& data : loaded->release()) {
+        if (data->name().empty())
+            data->setName(QFileInfo(path).fileName().section('.', 0, 0).toStdString());
+        Data* item = m_model->add(std::move(data));
+        added.add(item);
+        command->addAdded(item);
+    }
+    m_recorder->addFile(path.toStdString(), {added.begin(), added.end()});
+    if (!command->isEmpty())
+        m_undoStack->push(command.release());
+    return added;
+}
+
+bool MainWindow::replayWorkspace(const QString& path) {
+    if (m_replay && m_replay->isRunning()) {
+        showError(tr("Cannot open workspace"), tr("%1: another workspace is still being replayed.").arg(path));
+        return false;
+    }
+    std::string error;
+    std::optional<Workspace> workspace = Workspace::load(path.toStdString(), error);
+    if (!workspace) {
+        showError(tr("Cannot open workspace"),
+                  tr("%1 could not be read:\n%2").arg(path, QString::fromStdString(error)));
+        return false;
+    }
+    m_lastFolder = QFileInfo(path).absolutePath();
+    m_replay = std::make_unique<WorkspaceReplay>(*this, std::move(*workspace));
+    connect(m_replay.get(), &WorkspaceReplay::failed, this, [this, path](const QString& reason) {
+        showError(tr("Workspace stopped"), tr("%1:\n%2").arg(path, reason));
+    });
+    return m_replay->start();
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
@@ -244,17 +282,40 @@ bool MainWindow::saveData(const QString& path, const DataList& data) {
 }
 
 bool MainWindow::openAlgorithm(const std::string& id) {
+    return openAlgorithm(id, m_dataList->selectedData(), {});
+}
+
+bool MainWindow::runAlgorithm(const std::string& id, const DataList& inputs,
+                              const std::vector<ParameterSettings::Setting>& settings) {
+    if (!openAlgorithm(id, inputs, settings))
+        return false;
+    DefaultAlgorithmController* controller = defaultController();
+    if (!controller) {
+        showError(tr("Cannot run algorithm"),
+                  tr("%1 has no Compute button to run it with.").arg(QString::fromStdString(id)));
+        return false;
+    }
+    controller->compute();
+    return true;
+}
+
+bool MainWindow::openAlgorithm(const std::string& id, const DataList& inputs,
+                               const std::vector<ParameterSettings::Setting>& settings) {
     if (m_computing)
         return false;
     const std::optional<FactoryRegistry::AlgorithmInfo> info = FactoryRegistry::get().findAlgorithm(id);
-    const DataList selection = m_dataList->selectedData();
-    if (!info || !info->factory || !info->factory->isCompatible(id, selection))
+    if (!info || !info->factory || !info->factory->isCompatible(id, inputs))
         return false;
     closeAlgorithm();
-    m_algorithm = FactoryRegistry::get().createAlgorithm(id, selection);
+    m_algorithm = FactoryRegistry::get().createAlgorithm(id, inputs);
     if (!m_algorithm) {
         showError(tr("Cannot start algorithm"),
                   tr("%1 could not be created (see the log).").arg(QString::fromStdString(id)));
+        return false;
+    }
+    if (const std::optional<std::string> error = ParameterSettings::apply(*m_algorithm, id, settings)) {
+        showError(tr("Cannot start algorithm"), QString::fromStdString(*error));
+        m_algorithm.reset();
         return false;
     }
     std::unique_ptr<AlgorithmController> controller = FactoryRegistry::get().createController(m_algorithm.get());
@@ -272,6 +333,8 @@ bool MainWindow::openAlgorithm(const std::string& id) {
             updateActions();
         });
         connect(standard, &DefaultAlgorithmController::computeFinished, this, &MainWindow::onComputeFinished);
+        standard->setDisplay(m_display);
+        standard->init();
     }
     m_controllerDock->setWidget(m_controller);
     m_controllerDock->show();
@@ -303,6 +366,9 @@ void MainWindow::onComputeFinished(int status) {
         m_display->refreshData(*input);
     }
     OwningDataList output = m_algorithm->takeOutput();
+    // What a canceled run produced is discarded; what it edited in place can be undone like any run.
+    if (status == Algorithm::Canceled)
+        output = OwningDataList();
     std::vector<Data*> added;
     for (std::unique_ptr<Data>& data : output.release()) {
         if (data->name().empty())
@@ -313,13 +379,16 @@ void MainWindow::onComputeFinished(int status) {
     std::unique_ptr<DataModelCommand> command = runCommand(added);
     if (!command->isEmpty())
         m_undoStack->push(command.release());
+    if (DefaultAlgorithmController* controller = defaultController())
+        controller->postprocessOutput(added);
     if (status == Algorithm::Success)
         m_recorder->addStep(*m_algorithm, {added.begin(), added.end()});
-    else
+    else if (status != Algorithm::Canceled)
         showError(tr("Algorithm failed"), tr("%1 ended with status %2; the log says why.")
                                               .arg(QString::fromStdString(m_algorithm->factoryInfo().id))
                                               .arg(status));
     updateActions();
+    Q_EMIT algorithmFinished(status, added);
 }
 
 void MainWindow::keepInputCopies() {
@@ -410,12 +479,15 @@ void MainWindow::chooseWorkspaceToSave() {
 void MainWindow::updateDataController() {
     const DataList selection = m_dataList->selectedData();
     Data* selected = selection.size() == 1 ? selection[0] : nullptr;
-    if (m_dataController && &m_dataController->data() == selected)
+    if (m_dataController && m_dataController->dataList().items() == selection.items())
         return;
     m_dataControllerDock->setWidget(nullptr);
     delete m_dataController;
-    m_dataController = nullptr;
-    if (selected && m_display->isShown(*selected)) {
+    // A plug-in's controller for the selection (one or more data sets), else the host's for one.
+    m_dataController = DataControllerFactory::instance().create(selection).release();
+    if (m_dataController) {
+        connect(m_dataController, &DataController::redrawRequested, m_display, &DisplayWidgetMulti::updateViews);
+    } else if (selected && m_display->isShown(*selected)) {
         if (auto* image = dynamic_cast<SharedImageSet*>(selected)) {
             m_dataController = new ImageDataController(*image, *m_display);
         } else if (DataDisplayHandler* handler = DataDisplayHandlerFactory::instance().handlerFor(*selected)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <TarnwickCore/Signal.h>
+#include <TarnwickLib/Algorithm/ParameterSettings.h>
 #include <TarnwickLib/Data/DataList.h>
 
 #include <QMainWindow>
@@ -8,7 +9,9 @@
 #include <QUndoStack>
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace Tarnwick {
 
@@ -52,13 +55,17 @@ public:
     /// The algorithm whose controller is open, and that controller when it is the default one.
     Algorithm* currentAlgorithm() const { return m_algorithm.get(); }
     DefaultAlgorithmController* defaultController() const;
-    /// The controller of the selected data set (one selected), or null.
+    /// The controller of the selection (a plug-in's for its data types, else the host's for one data
+    /// set), or null.
     DataController* dataController() const { return m_dataController; }
     QUndoStack* undoStack() const { return m_undoStack; }
 
-    /// Loads each file by its extension and adds its data; a file that fails is reported and the
-    /// others are still loaded. True when every file loaded.
+    /// Loads each file by its extension and adds its data, one undoable step per file; a file that
+    /// fails is reported and the others are still loaded. A workspace (.tws) is replayed
+    /// (WorkspaceReplay). True when every file loaded and every replay started.
     bool openFiles(const QStringList& paths);
+    /// Loads one data file; its data sets, or nothing when it failed (reported).
+    std::optional<DataList> openFile(const QString& path);
     /// Writes `data` to `path` by its extension; on failure reports why (the old file stays).
     bool saveData(const QString& path, const DataList& data);
     /// Writes the files opened and the algorithm steps run so far as a workspace (.tws); on failure
@@ -67,7 +74,16 @@ public:
     /// Creates catalogue algorithm `id` on the current selection and opens its controller, replacing
     /// the open one. False when the selection does not fit or a computation is running.
     bool openAlgorithm(const std::string& id);
+    /// Creates catalogue algorithm `id` on `inputs` with parameters set from text, opens it in the
+    /// host's default controller and starts computing; algorithmFinished follows. False, reported, when
+    /// it cannot start.
+    bool runAlgorithm(const std::string& id, const DataList& inputs,
+                      const std::vector<ParameterSettings::Setting>& settings);
     void closeAlgorithm();
+
+Q_SIGNALS:
+    /// An algorithm run ended with `status` and its outputs (in output order) were added to the model.
+    void algorithmFinished(int status, const std::vector<Data*>& added);
 
 protected:
     /// Files dropped on the window are opened like File > Open.
@@ -75,6 +91,9 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
+    bool openAlgorithm(const std::string& id, const DataList& inputs,
+                       const std::vector<ParameterSettings::Setting>& settings);
+    bool replayWorkspace(const QString& path);
     void createMenus();
     void createDocks();
     void onDataAdded(Data* data);
@@ -90,11 +109,12 @@ private:
     void chooseWorkspaceToSave();
     void showError(const QString& title, const QString& text);
     void updateActions();
-    /// Shows the controller of the selected data set when exactly one is selected.
+    /// Shows the plug-ins' controller of the selection, else the host's when exactly one is selected.
     void updateDataController();
 
     std::unique_ptr<DataModel> m_model;
     std::unique_ptr<WorkspaceRecorder> m_recorder;
+    std::unique_ptr<class WorkspaceReplay> m_replay;
     DisplayWidgetMulti* m_display = nullptr;
     DataListWidget* m_dataList = nullptr;
     AlgorithmMenu* m_algorithmMenu = nullptr;

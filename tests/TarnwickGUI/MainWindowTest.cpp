@@ -9,7 +9,7 @@
 #include <TarnwickGUI/AlgorithmMenu.h>
 #include <TarnwickGUI/DataListWidget.h>
 #include <TarnwickGUI/DefaultAlgorithmController.h>
-#include <TarnwickGUI/DisplayOptionsController.h>
+#include <TarnwickGUI/DataController.h>
 #include <TarnwickGUI/DisplayWidgetMulti.h>
 #include <TarnwickGUI/GlViewWidget.h>
 #include <TarnwickGUI/ImageDataController.h>
@@ -42,6 +42,7 @@
 #include <Eigen/Geometry>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -357,10 +358,11 @@ TEST_P(ExtractionTest, RunFromTheFormDrawsTheGraphOverTheMask) {
     EXPECT_EQ(overMask, inSlab);
     EXPECT_EQ(drawn, inSlab);
 
-    clickRow(*graph); // its display options come from the plug-in's display handler
-    auto* options = qobject_cast<DisplayOptionsController*>(m_window->dataController());
-    ASSERT_NE(options, nullptr);
-    EXPECT_EQ(&options->data(), graph);
+    clickRow(*graph); // graphs get the plug-in's data controller
+    DataController* panel = m_window->dataController();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_STREQ(panel->metaObject()->className(), "Tarnwick::GraphDataController");
+    EXPECT_EQ(&panel->data(), graph);
 }
 
 INSTANTIATE_TEST_SUITE_P(Placements, ExtractionTest, testing::Bool(), [](const testing::TestParamInfo<bool>& info) {
@@ -438,6 +440,39 @@ TEST_F(MainWindowTest, SavedWorkspaceRepeatsTheSessionOnTheCommandLine) {
     ASSERT_TRUE(cli.waitForFinished(60000));
     ASSERT_EQ(cli.exitCode(), 0) << cli.readAllStandardError().toStdString();
     EXPECT_EQ(readText(cliGraphPath), desktopGraph);
+
+    // Opened in a new window, the workspace replays: the same files, step and saved graph.
+    std::filesystem::remove(cliGraphPath);
+    m_window = std::make_unique<MainWindow>();
+    m_window->show();
+    int runs = 0;
+    QObject::connect(m_window.get(), &MainWindow::algorithmFinished, [&runs] { ++runs; });
+    ASSERT_TRUE(m_window->openFiles({QString::fromStdString(workspacePath)}));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return std::filesystem::exists(cliGraphPath); }, 60000));
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(m_window->dataModel().size(), 3u);
+    EXPECT_EQ(readText(cliGraphPath), desktopGraph);
+}
+
+// Cancel during a run: the window stays usable, nothing is added and no failure is reported.
+TEST_F(MainWindowTest, CanceledRunAddsNothing) {
+    openBoth();
+    DefaultAlgorithmController* controller = openExtraction();
+    ASSERT_NE(controller, nullptr);
+    QPushButton* cancel = nullptr;
+    for (QPushButton* button : controller->findChildren<QPushButton*>())
+        if (button->text() == "Cancel")
+            cancel = button;
+    ASSERT_NE(cancel, nullptr);
+    QTest::mouseClick(controller->computeButton(), Qt::LeftButton);
+    ASSERT_TRUE(controller->isComputing());
+    ASSERT_TRUE(cancel->isVisible() && cancel->isEnabled());
+    QTest::mouseClick(cancel, Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !controller->isComputing(); }, 60000));
+    EXPECT_EQ(controller->algorithm()->status(), Algorithm::Canceled);
+    EXPECT_EQ(m_window->dataModel().size(), 2u);
+    EXPECT_EQ(m_window->findChild<QMessageBox*>(), nullptr);
+    EXPECT_TRUE(m_window->algorithmMenu()->isEnabled());
 }
 
 TEST_F(MainWindowTest, FailedSaveSaysWhyInAMessageBoxAndTheLog) {

@@ -26,6 +26,8 @@ const char* Algorithm::statusText(int status) {
         return "invalid input";
     case IncompleteInput:
         return "incomplete input";
+    case Canceled:
+        return "canceled";
     default:
         return "failure";
     }

@@ -18,8 +18,9 @@ class Progress;
 class Algorithm : public Configurable {
 public:
     /// Status values; algorithms may use further values of their own.
-    enum Status : int { Success = 0, Error = 1, InvalidInput = 2, IncompleteInput = 3 };
-    /// "success", "error", "invalid input", "incomplete input", or "failure" for other values.
+    /// Canceled: the user stopped the run through its Progress; whatever it produced is discarded.
+    enum Status : int { Success = 0, Error = 1, InvalidInput = 2, IncompleteInput = 3, Canceled = 4 };
+    /// "success", "error", "invalid input", "incomplete input", "canceled", or "failure" for other values.
     static const char* statusText(int status);
 
     /// How the algorithm was created: its catalogue identifier and menu name, and the selection it

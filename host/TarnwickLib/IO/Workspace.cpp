@@ -1,5 +1,8 @@
 #include <TarnwickLib/IO/Workspace.h>
 
+#include <TarnwickLib/Algorithm/FactoryRegistry.h>
+
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -223,6 +226,38 @@ std::optional<Workspace> Workspace::load(const std::string& path, std::string& e
     }
     const std::string folder = std::filesystem::absolute(path, code).parent_path().string();
     return parse(text, folder, error);
+}
+
+std::optional<std::string> Workspace::prepare() const {
+    for (std::size_t i = 0; i < steps.size(); ++i)
+        if (!FactoryRegistry::get().findAlgorithm(steps[i].algorithm))
+            return fmt::format("steps[{}] names the unknown algorithm '{}'", i, steps[i].algorithm);
+    for (const DataFile& target : save) {
+        const std::filesystem::path folder = std::filesystem::path(target.path).parent_path();
+        std::error_code code;
+        if (!folder.empty() && !std::filesystem::is_directory(folder, code) &&
+            !std::filesystem::create_directories(folder, code))
+            return fmt::format("cannot create the folder '{}' for '{}': {}", folder.string(), target.path,
+                               code.message());
+    }
+    return std::nullopt;
+}
+
+DataList Workspace::Bindings::resolve(const std::vector<std::string>& names) const {
+    DataList list;
+    for (const std::string& name : names)
+        for (Data* data : m_names.at(name))
+            list.add(data);
+    return list;
+}
+
+std::optional<std::string> Workspace::Bindings::bindOutputs(const Step& step, const std::vector<Data*>& outputs) {
+    if (step.outputs.size() > outputs.size())
+        return fmt::format("{} produced {} data sets but {} output names are given", step.algorithm, outputs.size(),
+                           step.outputs.size());
+    for (std::size_t j = 0; j < step.outputs.size(); ++j)
+        bind(step.outputs[j], DataList{outputs[j]});
+    return std::nullopt;
 }
 
 } // namespace Tarnwick

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <TarnwickLib/Data/DataList.h>
+
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -71,6 +74,25 @@ public:
     static std::optional<Workspace> parse(const std::string& text, const std::string& folder, std::string& error);
     /// Reads and parses the file at `path` (at most 16 MiB).
     static std::optional<Workspace> load(const std::string& path, std::string& error);
+
+    /// Checks what can be checked before anything is loaded or computed, so that a run does not fail
+    /// at its very end: every step names a catalogue algorithm, and the folders of the saved files
+    /// exist (they are created). The reason when not.
+    std::optional<std::string> prepare() const;
+
+    /// The data sets each name stands for during a run.
+    class Bindings {
+    public:
+        void bind(const std::string& name, DataList data) { m_names[name] = std::move(data); }
+        /// All data sets of the names, in order (names were checked when the workspace was parsed).
+        DataList resolve(const std::vector<std::string>& names) const;
+        /// Binds the output names of `step` to `outputs` in order; the reason when there are fewer
+        /// outputs than names.
+        std::optional<std::string> bindOutputs(const Step& step, const std::vector<Data*>& outputs);
+
+    private:
+        std::map<std::string, DataList> m_names;
+    };
 };
 
 } // namespace Tarnwick

@@ -14,6 +14,12 @@
 #include <TarnwickGL/DataDisplayHandlerFactory.h>
 #include <TarnwickGraph/Rendering/GraphDisplayHandler.h>
 #endif
+#if TARNWICK_WITH_GUI
+#include <TarnwickGraph/GUI/GlGraphDisplayOptionsWidget.h>
+#include <TarnwickGraph/GUI/GraphControllerTable.h>
+#include <TarnwickGraph/GUI/GraphDataController.h>
+#include <TarnwickGUI/DataControllerFactory.h>
+#endif
 
 namespace Tarnwick {
 
@@ -26,6 +32,10 @@ GraphPlugin::~GraphPlugin() {
     Resource::removeRepository(m_resources.get());
 #if TARNWICK_WITH_GL
     DataDisplayHandlerFactory::instance().unregisterHandler(GraphDisplayHandler::handlerName);
+#endif
+#if TARNWICK_WITH_GUI
+    DataControllerFactory::instance().unregisterController(pluginId);
+    GraphPluginControllerFactory::setTable(nullptr);
 #endif
 }
 
@@ -40,8 +50,16 @@ int GraphPlugin::init() {
     m_resources = TarnwickGraphResources();
     Resource::addRepository(m_resources);
 #if TARNWICK_WITH_GL
-    DataDisplayHandlerFactory::instance().registerHandler(GraphDisplayHandler::handlerName,
-                                                          [] { return std::make_unique<GraphDisplayHandler>(); });
+    // With the GUI layer, graphs get their options panel and the data controller of graph selections.
+    GraphDisplayHandler::OptionsWidgetCreator optionsWidget;
+#if TARNWICK_WITH_GUI
+    optionsWidget = &GlGraphDisplayOptionsWidget::create;
+    DataControllerFactory::instance().registerController(pluginId, &GraphDataController::createCompatible);
+    GraphPluginControllerFactory::setTable(&createGraphController);
+#endif
+    DataDisplayHandlerFactory::instance().registerHandler(GraphDisplayHandler::handlerName, [optionsWidget] {
+        return std::make_unique<GraphDisplayHandler>(optionsWidget);
+    });
 #endif
     TarnwickFile::addPlugin(std::make_unique<GraphTarnwickFilePlugin>(GraphTarnwickFilePlugin::graphTypeId));
     return 0;

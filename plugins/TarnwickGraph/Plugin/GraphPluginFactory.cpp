@@ -3,6 +3,7 @@
 #include <TarnwickGraph/Algorithms/CenterlineGraphExtractionAlgorithm.h>
 #include <TarnwickGraph/Algorithms/CombineGraphsAlgorithm.h>
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
+#include <TarnwickGraph/Algorithms/DrawGraphAlgorithm.h>
 #include <TarnwickGraph/Algorithms/EvaluateGraphAtImageAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphReindexingAlgorithm.h>
 #include <TarnwickGraph/Algorithms/GraphSmoothingAlgorithm.h>
@@ -18,8 +19,7 @@
 namespace Tarnwick {
 
 GraphPluginFactory::GraphPluginFactory() : AlgorithmFactory("Graph") {
-    // One line per algorithm, in the catalogue order of the header; an algorithm is added at its
-    // place in the list when its class joins the plug-in.
+    // One line per algorithm, in the catalogue order of the header.
     registerAlgorithm<CenterlineGraphExtractionAlgorithm>("CenterlineGraphExtraction",
                                                           "Graph;Centerline Graph Extraction");
     registerAlgorithm<CombineGraphsAlgorithm>("CombineGraphs", "Graph;Combine Graphs");
@@ -31,6 +31,7 @@ GraphPluginFactory::GraphPluginFactory() : AlgorithmFactory("Graph") {
     registerAlgorithm<MinimumSpanningTreeAlgorithm>("MinimumSpanningTree", "Graph;Minimum Spanning Tree");
     registerAlgorithm<NodeToEdgeFeatureAlgorithm>("NodeToEdgeFeature", "Graph;Node To Edge Feature");
     registerAlgorithm<PruneTerminalPathsAlgorithm>("PruneTerminalPaths", "Graph;Prune Terminal Paths");
+    registerAlgorithm<DrawGraphAlgorithm>("DrawGraphAlgorithm", "Graph;Draw or edit Graph");
     registerAlgorithm<EvaluateGraphAtImageAlgorithm>("EvaluateGraphAtImage", "Graph;Evaluate Graph At Image");
     registerAlgorithm<GraphMLIoAlgorithm>("GraphMLIo", "IO;Graph (graphml)");
     registerAlgorithm<TransferGraphFeatureToMeshAlgorithm>("TransferGraphFeatureToMeshAlgorithm",

@@ -6,12 +6,16 @@
 #include <TarnwickGraph/Graph/GraphDisplayOptions.h>
 #include <TarnwickGraph/Graph/GraphFeatureColorMapper.h>
 #include <TarnwickGraph/Rendering/GlGraph.h>
+#include <TarnwickGraph/Rendering/GraphFeatureLegend.h>
+#include <TarnwickGraph/Rendering/GraphLegendOverlay.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tarnwick {
 
-GraphDisplayHandler::GraphDisplayHandler() = default;
+GraphDisplayHandler::GraphDisplayHandler(OptionsWidgetCreator optionsWidgetCreator)
+    : m_optionsWidgetCreator(std::move(optionsWidgetCreator)) {}
 
 GraphDisplayHandler::~GraphDisplayHandler() {
     forget([](const Key&) { return true; }, true);
@@ -41,6 +45,15 @@ void GraphDisplayHandler::show(Data& data, GlView& view) {
     shown.view = &view;
     shown.object = std::make_unique<GlGraph>(graph);
     view.addObject(shown.object.get());
+    if (graph->components().get<GraphFeatureLegend>())
+        addLegend(shown, *graph);
+}
+
+void GraphDisplayHandler::addLegend(Shown& shown, const Graph& graph) {
+    if (shown.legend || !dynamic_cast<GlVolumeView*>(shown.view))
+        return;
+    shown.legend = std::make_unique<GraphLegendOverlay>(graph);
+    shown.view->addObject(shown.legend.get());
 }
 
 void GraphDisplayHandler::hide(Data& data, GlView& view) {
@@ -58,14 +71,24 @@ Configurable* GraphDisplayHandler::displayOptions(Data& data) {
 
 std::optional<ColorLegend> GraphDisplayHandler::legend(const Data& data) const {
     const auto* graph = dynamic_cast<const Graph*>(&data);
-    const auto* options = graph ? graph->components().get<GraphDisplayOptions>() : nullptr;
+    return graph ? featureLegend(*graph) : std::nullopt;
+}
+
+std::unique_ptr<DataDisplayHandler::OptionsWidget> GraphDisplayHandler::createDisplayOptionsWidget(Data& data,
+                                                                                                   GlView& view) {
+    auto* graph = dynamic_cast<Graph*>(&data);
+    return graph && m_optionsWidgetCreator ? m_optionsWidgetCreator(*graph, view) : nullptr;
+}
+
+std::optional<ColorLegend> GraphDisplayHandler::featureLegend(const Graph& graph) {
+    const auto* options = graph.components().get<GraphDisplayOptions>();
     if (!options)
         return std::nullopt;
     // forFeatureRange() answers whether the chosen colour feature exists, whatever mapper is attached.
-    const std::optional<GraphFeatureColorMapper> range = GraphFeatureColorMapper::forFeatureRange(*graph);
+    const std::optional<GraphFeatureColorMapper> range = GraphFeatureColorMapper::forFeatureRange(graph);
     if (!range)
         return std::nullopt;
-    const auto* attached = graph->components().get<GraphFeatureColorMapper>();
+    const auto* attached = graph.components().get<GraphFeatureColorMapper>();
     const GraphFeatureColorMapper& mapper = attached && !attached->table().empty() ? *attached : *range;
     const auto& colorOptions = options->featureColorMapOptions.value();
     const std::string& title = colorOptions.edgeFeatureName.value() ? *colorOptions.edgeFeatureName.value()
@@ -85,8 +108,11 @@ void GraphDisplayHandler::forget(Pred matches, bool fromViews) {
             ++it;
             continue;
         }
-        if (fromViews)
+        if (fromViews) {
             it->second.view->removeObject(it->second.object.get());
+            if (it->second.legend)
+                it->second.view->removeObject(it->second.legend.get());
+        }
         it = m_shown.erase(it);
     }
     unwatchUnshown();
@@ -100,6 +126,15 @@ void GraphDisplayHandler::watch(Data& data) {
         forget([deleted](const Key& key) { return key.first == deleted; }, true);
     }));
     auto& graph = static_cast<Graph&>(data);
+    // Volume views get the colour bar once the graph has a legend.
+    connections.push_back(
+        graph.components().signalComponentAdded.connect(this, [this, &graph](DataComponentBase* added) {
+            if (!dynamic_cast<GraphFeatureLegend*>(added))
+                return;
+            for (auto& [key, shown] : m_shown)
+                if (key.first == &graph)
+                    addLegend(shown, graph);
+        }));
     if (auto* options = graph.components().get<GraphDisplayOptions>())
         connections.push_back(
             options->signalChanged.connect(this, [&graph] { GraphFeatureColorMapper::getOrAddForFeature(graph); }));
