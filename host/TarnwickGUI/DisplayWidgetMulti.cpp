@@ -1,5 +1,6 @@
 #include <TarnwickGUI/DisplayWidgetMulti.h>
 
+#include <TarnwickCore/Log.h>
 #include <TarnwickGL/DataDisplayHandlerFactory.h>
 #include <TarnwickGL/GlImage.h>
 #include <TarnwickGL/GlSliceView.h>
@@ -117,6 +118,18 @@ bool DisplayWidgetMulti::showData(Data& data) {
         shown.handler = DataDisplayHandlerFactory::instance().handlerFor(data);
         if (!shown.handler)
             return false;
+        // Data that only a flat 2-D presentation shows (a 2-D graph) turns the axial view flat.
+        GlSliceView* axial = m_views[Axial]->sliceView();
+        const bool anyView = std::any_of(m_views.begin(), m_views.end(), [&](GlViewWidget* view) {
+            return shown.handler->canBeShownInView(data, view->view());
+        });
+        if (!anyView && axial && axial->isFlat()) {
+            axial->setFlat(false);
+            if (!shown.handler->canBeShownInView(data, *axial))
+                axial->setFlat(true);
+            else
+                TW_LOG_INFO("The axial view now shows 2-D data in the flat presentation");
+        }
         for (GlViewWidget* view : m_views)
             if (shown.handler->canBeShownInView(data, view->view()))
                 view->withContext([&] { shown.handler->show(data, view->view()); });

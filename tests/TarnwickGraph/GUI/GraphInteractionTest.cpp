@@ -83,13 +83,13 @@ protected:
         return dynamic_cast<DrawGraphController*>(m_window->defaultController());
     }
 
-    /// Opens "Draw or edit Graph" on the selection; with nothing selected, computes a new 3-D graph.
-    Graph* openDrawing(const DataList& selection) {
+    /// Opens "Draw or edit Graph" on the selection; with nothing selected, computes a new graph.
+    Graph* openDrawing(const DataList& selection, Graph::Dimension dimension = Graph::Dim3D) {
         m_window->dataList()->setSelectedData(selection);
         EXPECT_TRUE(m_window->openAlgorithm("DrawGraphAlgorithm"));
         if (!selection.empty())
             return dynamic_cast<Graph*>(selection[0]);
-        static_cast<DrawGraphAlgorithm*>(m_window->currentAlgorithm())->dimension.setValue(Graph::Dim3D);
+        static_cast<DrawGraphAlgorithm*>(m_window->currentAlgorithm())->dimension.setValue(dimension);
         drawController()->compute();
         EXPECT_TRUE(QTest::qWaitFor([&] { return m_window->dataModel().size() == 1; }, 5000));
         return m_window->dataModel().size() == 1 ? dynamic_cast<Graph*>(m_window->dataModel().getAll()[0]) : nullptr;
@@ -171,6 +171,20 @@ TEST_F(GraphInteractionTest, DrawsAPathClickByClickAndUndoesEachNodeExactly) {
     for (std::size_t i = 0; i < clicks.size(); ++i)
         m_window->undoStack()->redo();
     EXPECT_EQ(differencesButLargestId(*drawn, *graph), std::vector<std::string>());
+}
+
+// A new 2-D graph (the drawing's default) turns the axial view to its flat presentation, where it is drawn.
+TEST_F(GraphInteractionTest, TwoDimensionalGraphIsDrawnInTheFlatAxialView) {
+    ASSERT_TRUE(axial()->sliceView()->isFlat());
+    Graph* graph = openDrawing({}, Graph::Dim2D);
+    ASSERT_TRUE(graph);
+    EXPECT_FALSE(axial()->sliceView()->isFlat());
+    click(axial(), {40, 40}, Qt::MiddleButton); // starts drawing on the empty graph
+    click(axial(), {60, 50}, Qt::LeftButton);
+    click(axial(), {90, 60}, Qt::LeftButton);
+    click(axial(), {140, 90}, Qt::RightButton);
+    EXPECT_EQ(graph->numNodes(), 3u);
+    EXPECT_EQ(graph->numEdges(), 2u);
 }
 
 TEST_F(GraphInteractionTest, DraggedNodeOfAnObliqueGraphFollowsTheMouseInGraphCoordinates) {
