@@ -1,16 +1,10 @@
-// tarnwick-cli run with graph plug-in algorithms that edit a graph in place (features, diameters) or make
-// new ones (partitioning, combining, reindexing), on small GraphML and NIfTI files.
+// tarnwick-cli run with graph plug-in algorithms that make new graphs (partitioning, combining) or check
+// parameters against their input graph (reindexing), on a small GraphML file.
 #include "CliRunner.h"
 #include "support/TempDir.h"
 
-#include <TarnwickLib/Image/SharedImageSet.h>
-#include <TarnwickLib/Image/TypedImage.h>
-#include <TarnwickLib/IO/ImageFileIO.h>
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -64,24 +58,7 @@ std::string centerlineGraphML() {
 
 class CliFeaturesPartition : public testing::Test {
 protected:
-    void SetUp() override {
-        std::ofstream(m_graph) << centerlineGraphML();
-        // Labels of a tube of radius 3 around the centerline, placed so that world coordinates equal voxel
-        // indices.
-        auto labels = Tarnwick::TypedImage<unsigned char>::create(
-            Tarnwick::ImageDescriptor(Tarnwick::PixelType::UInt8, {16, 16, 16}));
-        for (int z = 0; z < 16; ++z)
-            for (int y = 0; y < 16; ++y)
-                for (int x = 0; x < 16; ++x)
-                    labels->setValue(x, y, z, std::hypot(x - 8.0, y - 8.0) <= 3.0 ? 1 : 0);
-        Eigen::Matrix4d placement = Eigen::Matrix4d::Identity();
-        placement.topRightCorner<3, 1>() = Eigen::Vector3d::Constant(7.5);
-        using Tarnwick::SharedImage;
-        using Tarnwick::SharedImageSet;
-        ASSERT_TRUE(Tarnwick::ImageFileIO::save(SharedImageSet(std::make_shared<SharedImage>(
-                                                    std::shared_ptr<Tarnwick::MemImage>(std::move(labels)), placement)),
-                                                m_labels));
-    }
+    void SetUp() override { std::ofstream(m_graph) << centerlineGraphML(); }
 
     CliResult cli(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {"--no-default-plugins", "--plugin-dir", GRAPH_PLUGIN_DIR});
@@ -90,32 +67,7 @@ protected:
 
     Tarnwick::Test::TempDir m_dir;
     const std::string m_graph = m_dir.file("centerline.graphml");
-    const std::string m_labels = m_dir.file("labels.nii.gz");
 };
-
-TEST_F(CliFeaturesPartition, ComputesLengthsAndDiametersInPlace) {
-    const std::string out = m_dir.file("features.graphml");
-    const CliResult lengths = cli({"run", "ComputeFeatures", m_graph, "--set", "mode=EdgeLength", "-o", out});
-    ASSERT_EQ(lengths.exitCode, 0) << lengths.err;
-    const std::vector<double> lengthValues = dataValues(readFile(out), "length");
-    ASSERT_EQ(lengthValues.size(), 13u);
-    EXPECT_TRUE(std::all_of(lengthValues.begin(), lengthValues.end(), [](double v) { return v == 1.0; }));
-
-    for (const std::string mode : {"Diameter", "VesselDiameter"}) {
-        const CliResult diameters =
-            cli({"run", "ComputeFeatures", m_graph, m_labels, "--set", "mode=" + mode, "-o", out});
-        ASSERT_EQ(diameters.exitCode, 0) << diameters.err;
-        std::vector<double> values = dataValues(readFile(out), "diameter");
-        ASSERT_EQ(values.size(), 13u) << mode;
-        std::nth_element(values.begin(), values.begin() + 6, values.end());
-        EXPECT_GT(values[6], 4.0) << mode;
-        EXPECT_LT(values[6], 7.0) << mode;
-    }
-
-    const CliResult noLabels = cli({"run", "ComputeFeatures", m_graph, "--set", "mode=Diameter"});
-    EXPECT_EQ(noLabels.exitCode, 1) << "the algorithm itself failed";
-    EXPECT_TRUE(contains(noLabels.err, "Label not set.")) << noLabels.err;
-}
 
 TEST_F(CliFeaturesPartition, PartitionsCombinesAndChecksGraphBoundParameters) {
     const std::string large = m_dir.file("large.graphml"), small = m_dir.file("small.graphml");

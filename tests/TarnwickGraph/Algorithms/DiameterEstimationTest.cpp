@@ -34,7 +34,8 @@ namespace DE = DiameterEstimation;
 
 constexpr double pi = 3.141592653589793;
 
-/// An image on `frame` filled with `inside` in the voxel box [lo, hi] and 0 elsewhere.
+/// An image filled with `inside` in the voxel box [lo, hi] and 0 elsewhere. Images placed with
+/// descriptor.imageToPixelMatrix() have world coordinates equal to their pixel coordinates.
 std::shared_ptr<SharedImage> boxImage(const ImageDescriptor& descriptor, const Eigen::Vector3i& lo,
                                       const Eigen::Vector3i& hi, double inside) {
     std::shared_ptr<MemImage> mem = MemImage::create(descriptor);
@@ -47,11 +48,6 @@ std::shared_ptr<SharedImage> boxImage(const ImageDescriptor& descriptor, const E
                     image.setValue(x, y, z, static_cast<T>(inside));
     });
     return std::make_shared<SharedImage>(mem);
-}
-
-/// Matrix placing an image so that world coordinates equal its pixel coordinates.
-Eigen::Matrix4d worldIsPixel(const ImageDescriptor& descriptor) {
-    return descriptor.imageToPixelMatrix();
 }
 
 std::vector<double> diameters(const Graph& graph, int featureIdx) {
@@ -202,7 +198,7 @@ TEST(DiameterEstimationTest, SupportedPixelTypesGiveIdenticalResultsOthersAreRef
     for (PixelType type : {PixelType::UInt8, PixelType::UInt16, PixelType::Float}) {
         ImageDescriptor descriptor = shape;
         descriptor.pixelType = type;
-        const auto labels = tubeLabelImage(tubes, ImageDescriptorWorld(descriptor, worldIsPixel(descriptor)));
+        const auto labels = tubeLabelImage(tubes, ImageDescriptorWorld(descriptor, descriptor.imageToPixelMatrix()));
         Graph plain(Graph::Undirected, Graph::Dim3D), vessel(Graph::Undirected, Graph::Dim3D);
         addPolyline(plain, axis);
         addPolyline(vessel, axis);
@@ -246,7 +242,7 @@ TEST(DiameterEstimationTest, EdgesOutsideTheImageInBackgroundOrNotAboveTheThresh
     // A bar of value 0.75: inside at threshold 0.5, background at 0.75 (inside means strictly above).
     const ImageDescriptor descriptor(PixelType::Float, {24, 24, 24});
     const auto labels = boxImage(descriptor, {8, 8, 0}, {15, 15, 23}, 0.75);
-    labels->setMatrixToWorld(worldIsPixel(descriptor));
+    labels->setMatrixToWorld(descriptor.imageToPixelMatrix());
     for (double threshold : {0.5, 0.75})
         for (bool vessel : {false, true}) {
             Graph graph(Graph::Undirected, Graph::Dim3D);
@@ -271,7 +267,7 @@ TEST(DiameterEstimationTest, PlainMethodStopsAtTheImageBorderWithoutRefinement) 
     // last all-inside ring, 10, exactly.
     const ImageDescriptor descriptor(PixelType::UInt8, {21, 21, 21});
     const auto full = boxImage(descriptor, {0, 0, 0}, {20, 20, 20}, 1.0);
-    full->setMatrixToWorld(worldIsPixel(descriptor));
+    full->setMatrixToWorld(descriptor.imageToPixelMatrix());
     Graph graph(Graph::Undirected, Graph::Dim3D);
     addPolyline(graph, {{10, 10, 9}, {10, 10, 11}});
     EXPECT_EQ(diameters(graph, DE::computeDiameters(graph, *full, false, 0.5)), std::vector<double>{20.0});
@@ -280,7 +276,7 @@ TEST(DiameterEstimationTest, PlainMethodStopsAtTheImageBorderWithoutRefinement) 
     // The centre sits off the voxel grid so that the boundary does not fall on a ring.
     const ImageDescriptor larger(PixelType::UInt8, {41, 41, 41});
     const auto bar = boxImage(larger, {10, 10, 0}, {30, 30, 40}, 1.0);
-    bar->setMatrixToWorld(worldIsPixel(larger));
+    bar->setMatrixToWorld(larger.imageToPixelMatrix());
     Graph inside(Graph::Undirected, Graph::Dim3D);
     addPolyline(inside, {{20.375, 20.625, 19}, {20.375, 20.625, 21}});
     const double d = diameters(inside, DE::computeDiameters(inside, *bar, false, 0.5)).front();
@@ -294,7 +290,7 @@ TEST(DiameterEstimationTest, ZeroLengthEdgesSampleTheirMidpointOnly) {
     // sqrt(3) * 5 = 8.66 is reached: radius 8 for both methods.
     const ImageDescriptor descriptor(PixelType::Float, {5, 5, 5});
     const auto labels = boxImage(descriptor, {2, 2, 2}, {2, 2, 2}, 1.0);
-    labels->setMatrixToWorld(worldIsPixel(descriptor));
+    labels->setMatrixToWorld(descriptor.imageToPixelMatrix());
     for (bool vessel : {false, true}) {
         Graph graph(Graph::Undirected, Graph::Dim3D);
         const unsigned long a = graph.addNode(Graph::NodeInfo(Eigen::Vector3d(2.2, 2.2, 2.2), {}));
@@ -338,7 +334,7 @@ TEST(DiameterEstimationTest, VesselMethodSmoothsAlongSegmentsAfterMeasuring) {
     // A tube whose radius steps from 4 to 6 halfway: smoothing evens the step out, and equals measuring
     // without smoothing followed by the segment clamping and averaging with factor 1.1.
     const ImageDescriptor descriptor(PixelType::UInt8, {32, 32, 48});
-    const ImageDescriptorWorld frame(descriptor, worldIsPixel(descriptor));
+    const ImageDescriptorWorld frame(descriptor, descriptor.imageToPixelMatrix());
     const auto labels = tubeLabelImage({{{16, 16, 4}, {16, 16, 24}, 4.0}, {{16, 16, 24}, {16, 16, 44}, 6.0}}, frame);
     const Points axis = straightPoints({16, 16, 6}, {16, 16, 42}, 1.0);
 
@@ -355,7 +351,7 @@ TEST(DiameterEstimationTest, VesselMethodSmoothsAlongSegmentsAfterMeasuring) {
 TEST(DiameterEstimationTest, VesselMethodIsNotInflatedByABranch) {
     // At a T-junction some rays run far into the side branch; the trimmed mean ignores them.
     const ImageDescriptor descriptor(PixelType::UInt8, {48, 48, 48});
-    const ImageDescriptorWorld frame(descriptor, worldIsPixel(descriptor));
+    const ImageDescriptorWorld frame(descriptor, descriptor.imageToPixelMatrix());
     const auto labels = tubeLabelImage({{{24, 24, 4}, {24, 24, 44}, 4.0}, {{24, 24, 24}, {24, 46, 24}, 4.0}}, frame);
     Graph graph(Graph::Undirected, Graph::Dim3D);
     addPolyline(graph, {{24, 24, 23.5}, {24, 24, 24.5}});

@@ -28,15 +28,15 @@ namespace {
 const std::string fallbackMessage = "OpenGL 4.3 not available, using CPU fallback";
 
 /// An undirected graph with the given node positions and (from, to, diameter) edges over node indices.
-struct EdgeSpec {
+struct EdgeRow {
     int from, to;
     double diameter;
 };
-std::unique_ptr<Graph> makeGraph(const std::vector<Eigen::Vector3d>& positions, const std::vector<EdgeSpec>& edges) {
+std::unique_ptr<Graph> makeGraph(const std::vector<Eigen::Vector3d>& positions, const std::vector<EdgeRow>& edges) {
     auto graph = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
     for (const Eigen::Vector3d& p : positions)
         graph->addNode(Graph::NodeInfo(p, {}));
-    for (const EdgeSpec& e : edges)
+    for (const EdgeRow& e : edges)
         graph->addEdge(static_cast<unsigned long>(e.from) + 1, static_cast<unsigned long>(e.to) + 1,
                        Graph::EdgeInfo({e.diameter}));
     return graph;
@@ -146,38 +146,20 @@ TEST(GraphToLabelMap, SingleEdgeMatchesTheAnalyticShape) {
         Eigen::Vector3d a, b;
         double radius;
     };
+    const Mode capsule = GraphToLabelMapAlgorithm::Centerline, cylinder = GraphToLabelMapAlgorithm::Vessel;
+    // clang-format off
     const Case cases[] = {
-        {"capsule, axis-aligned, samples 2.25 voxels from the ends",
-         GraphToLabelMapAlgorithm::Centerline,
-         grid({40, 24, 24}, {1, 1, 1}),
-         {-7.7, 0.2, 0.1},
-         {5.8, 0.2, 0.1},
-         6.9},
-        {"capsule, oblique, anisotropic grid",
-         GraphToLabelMapAlgorithm::Centerline,
-         grid({48, 40, 20}, {0.5, 0.6, 1.5}),
-         {-8.1, -6.2, -5.3},
-         {7.7, 5.4, 6.1},
-         2.6},
-        {"capsule, rotated grid",
-         GraphToLabelMapAlgorithm::Centerline,
-         grid({36, 36, 36}, {0.8, 0.8, 0.8}, Tarnwick::Test::obliquePlacement()),
-         {-20.0, 33.0, -4.0},
-         {-4.5, 47.0, 9.5},
-         2.2},
-        {"cylinder, oblique",
-         GraphToLabelMapAlgorithm::Vessel,
-         grid({40, 40, 40}, {1, 1, 1}),
-         {-9.2, -7.1, -3.3},
-         {8.4, 6.2, 5.5},
-         3.3},
-        {"cylinder, anisotropic grid",
-         GraphToLabelMapAlgorithm::Vessel,
-         grid({40, 40, 24}, {0.7, 0.7, 1.4}),
-         {-8.2, 5.1, -9.3},
-         {7.4, -4.2, 8.5},
-         2.8},
+        {"capsule, axis-aligned, samples 2.25 voxels from the ends", capsule, grid({40, 24, 24}, {1, 1, 1}),
+         {-7.7, 0.2, 0.1}, {5.8, 0.2, 0.1}, 6.9},
+        {"capsule, oblique, anisotropic grid", capsule, grid({48, 40, 20}, {0.5, 0.6, 1.5}),
+         {-8.1, -6.2, -5.3}, {7.7, 5.4, 6.1}, 2.6},
+        {"capsule, rotated grid", capsule, grid({36, 36, 36}, {0.8, 0.8, 0.8}, Tarnwick::Test::obliquePlacement()),
+         {-20.0, 33.0, -4.0}, {-4.5, 47.0, 9.5}, 2.2},
+        {"cylinder, oblique", cylinder, grid({40, 40, 40}, {1, 1, 1}), {-9.2, -7.1, -3.3}, {8.4, 6.2, 5.5}, 3.3},
+        {"cylinder, anisotropic grid", cylinder, grid({40, 40, 24}, {0.7, 0.7, 1.4}),
+         {-8.2, 5.1, -9.3}, {7.4, -4.2, 8.5}, 2.8},
     };
+    // clang-format on
     for (const Case& c : cases) {
         const auto graph = makeGraph({c.a, c.b}, {{0, 1, 2.0 * c.radius}});
         const Eigen::Vector3d axis = c.b - c.a;
@@ -234,7 +216,7 @@ TEST(GraphToLabelMap, CpuAndGpuAgreeOnRandomTrees) {
         const Eigen::Vector3d centre = c.reference.pixelToWorld(
             (c.reference.descriptor.dimensions.cast<double>() - Eigen::Vector3d::Ones()) / 2.0);
         std::vector<Eigen::Vector3d> world{centre};
-        std::vector<EdgeSpec> edges;
+        std::vector<EdgeRow> edges;
         for (int i = 1; i < 80; ++i) {
             const Eigen::Vector3d direction = Eigen::Vector3d(unit(random), unit(random), unit(random)).normalized();
             const int parent = std::uniform_int_distribution<int>(0, i - 1)(random);
@@ -268,67 +250,34 @@ TEST(GraphToLabelMap, MessagesStatusAndReference) {
     struct Case {
         const char* name;
         std::vector<Eigen::Vector3d> nodes;
-        std::vector<EdgeSpec> edges;
+        std::vector<EdgeRow> edges;
         bool dropDiameter;
         bool forceCPU;
         int status;
         std::vector<std::pair<int, std::string>> messages; ///< (level, text) expected among the log
         int labels;                                        ///< expected voxels set; -1: not checked
     };
+    const std::vector<Eigen::Vector3d> pair{{0, 0, 0}, {4, 0, 0}}, same{{1, 1, 1}, {1, 1, 1}};
+    const int ok = Algorithm::Success, invalid = Algorithm::InvalidInput;
+    const std::string smallRadius = " is smaller than one scaled unit, consider increasing the resolution.";
+    // clang-format off
     const std::vector<Case> cases = {
-        {"no nodes", {}, {}, false, true, Algorithm::InvalidInput, {{Log::Error, "Graph has no nodes"}}, 0},
-        {"no diameter feature",
-         {{0, 0, 0}, {4, 0, 0}},
-         {{0, 1, 2.0}},
-         true,
-         true,
-         Algorithm::InvalidInput,
-         {{Log::Error, "Graph does not have a diameter feature."}},
-         0},
-        {"no edges",
-         {{0, 0, 0}},
-         {},
-         false,
-         true,
-         Algorithm::Success,
-         {{Log::Warning, "All graph edge diameters are zero."}},
-         0},
-        {"zero diameters",
-         {{0, 0, 0}, {4, 0, 0}},
-         {{0, 1, 0.0}},
-         false,
-         true,
-         Algorithm::Success,
-         {{Log::Warning, "All graph edge diameters are zero."},
-          {Log::Warning, "Smallest radius 0 is smaller than one scaled unit, consider increasing the resolution."}},
-         0},
-        {"small radius",
-         {{0, 0, 0}, {4, 0, 0}, {0, 4, 0}},
-         {{0, 1, 0.25}, {0, 2, 6.0}},
-         false,
-         true,
-         Algorithm::Success,
-         {{Log::Warning, "Smallest radius 0.25 is smaller than one scaled unit, consider increasing the resolution."}},
-         -1},
-        {"zero-length edge, CPU", {{1, 1, 1}, {1, 1, 1}}, {{0, 1, 9.0}}, false, true, Algorithm::Success, {}, 0},
-        {"zero-length edge, GPU", {{1, 1, 1}, {1, 1, 1}}, {{0, 1, 9.0}}, false, false, Algorithm::Success, {}, 0},
-        {"negative diameter",
-         {{0, 0, 0}, {4, 0, 0}},
-         {{0, 1, -2.0}},
-         false,
-         true,
-         Algorithm::InvalidInput,
-         {{Log::Error, "Edge diameters must be finite, not negative and below 2^24 voxels."}},
-         0},
-        {"node far outside",
-         {{0, 0, 0}, {4e9, 0, 0}},
-         {{0, 1, 2.0}},
-         false,
-         true,
-         Algorithm::InvalidInput,
-         {{Log::Error, "Node positions must be finite and lie within 2^24 voxels of the label map."}},
-         0},
+        {"no nodes", {}, {}, false, true, invalid, {{Log::Error, "Graph has no nodes"}}, 0},
+        {"no diameter", pair, {{0, 1, 2.0}}, true, true, invalid,
+         {{Log::Error, "Graph does not have a diameter feature."}}, 0},
+        {"no edges", {{0, 0, 0}}, {}, false, true, ok, {{Log::Warning, "All graph edge diameters are zero."}}, 0},
+        {"zero diameters", pair, {{0, 1, 0.0}}, false, true, ok,
+         {{Log::Warning, "All graph edge diameters are zero."}, {Log::Warning, "Smallest radius 0" + smallRadius}}, 0},
+        {"small radius", {{0, 0, 0}, {4, 0, 0}, {0, 4, 0}}, {{0, 1, 0.25}, {0, 2, 6.0}}, false, true, ok,
+         {{Log::Warning, "Smallest radius 0.25" + smallRadius}}, -1},
+        {"zero-length edge, CPU", same, {{0, 1, 9.0}}, false, true, ok, {}, 0},
+        {"zero-length edge, GPU", same, {{0, 1, 9.0}}, false, false, ok, {}, 0},
+        {"negative diameter", pair, {{0, 1, -2.0}}, false, true, invalid,
+         {{Log::Error, "Edge diameters must be finite, not negative and below 2^24 voxels."}}, 0},
+        {"node far outside", {{0, 0, 0}, {4e9, 0, 0}}, {{0, 1, 2.0}}, false, true, invalid,
+         {{Log::Error, "Node positions must be finite and lie within 2^24 voxels of the label map."}}, 0},
     };
+    // clang-format on
     const ImageDescriptorWorld reference = grid({12, 10, 8}, {0.5, 0.5, 0.5});
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -120,14 +120,10 @@ void runRandomEdits(Graph::Type type, unsigned seed) {
     }
 }
 
-TEST(GraphPropertyTest, RandomEditsOnUndirectedGraphs) {
-    for (unsigned seed = 1; seed <= 8; ++seed)
-        runRandomEdits(Graph::Undirected, seed);
-}
-
-TEST(GraphPropertyTest, RandomEditsOnDirectedGraphs) {
-    for (unsigned seed = 1; seed <= 8; ++seed)
-        runRandomEdits(Graph::Directed, seed);
+TEST(GraphPropertyTest, RandomEditsMatchTheReferenceModel) {
+    for (auto type : {Graph::Undirected, Graph::Directed})
+        for (unsigned seed = 1; seed <= 8; ++seed)
+            runRandomEdits(type, seed);
 }
 
 } // namespace

@@ -38,46 +38,9 @@ std::string document(const std::string& keys, const std::string& graphAttributes
 const std::string positionKeys2D = "<key id=\"x\" for=\"node\" attr.name=\"x\" attr.type=\"double\"/>\n"
                                    "<key id=\"y\" for=\"node\" attr.name=\"y\" attr.type=\"double\"/>\n";
 
-TEST(GraphMLLayout, KeysGraphNodesAndEdgesAreWrittenInOrder) {
-    Graph graph(Graph::Directed, Graph::Dim3D);
-    graph.addNodeFeatureDescriptors({{"degree", 0.0}});
-    graph.getOrCreateEdgeFeatureIdx("length", 0.0);
-    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(0.5, 1.0, -2.0), {3.0}));
-    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(0.1, 1e-7, 3.0), {1.0}));
-    graph.addEdge(2, 1, Graph::EdgeInfo{{0.25, 4.5}, Properties()});
-
-    const std::string expected = R"(<?xml version="1.0" encoding="utf-8"?>
-<graphml xmlns="http://graphml.graphdrawing.org/xmlns">
-    <key id="x" for="node" attr.name="x" attr.type="double"/>
-    <key id="y" for="node" attr.name="y" attr.type="double"/>
-    <key id="z" for="node" attr.name="z" attr.type="double"/>
-    <key id="degree" for="node" attr.name="degree" attr.type="double"/>
-    <key id="diameter" for="edge" attr.name="diameter" attr.type="double"/>
-    <key id="length" for="edge" attr.name="length" attr.type="double"/>
-    <graph id="G" edgedefault="directed">
-        <node id="n1">
-            <data key="x">0.5</data>
-            <data key="y">1</data>
-            <data key="z">-2</data>
-            <data key="degree">3</data>
-        </node>
-        <node id="n2">
-            <data key="x">0.1</data>
-            <data key="y">1e-07</data>
-            <data key="z">3</data>
-            <data key="degree">1</data>
-        </node>
-        <edge source="n2" target="n1">
-            <data key="diameter">0.25</data>
-            <data key="length">4.5</data>
-        </edge>
-    </graph>
-</graphml>
-)";
-    EXPECT_EQ(toGraphML(graph, true), expected);
-}
-
-TEST(GraphMLLayout, StreamingWriterMatchesThePropertyTreeWriter) {
+// The streaming writer must produce exactly what the straightforward property-tree writer does, and
+// what it writes must read back to the same content (file ids are not kept: nodes are numbered 1..n).
+TEST(GraphMLWriting, MatchesTheReferenceWriterAndReadsBack) {
     std::vector<std::unique_ptr<Graph>> graphs;
     for (auto type : {Graph::Directed, Graph::Undirected})
         for (auto dimension : {Graph::Dim2D, Graph::Dim3D})
@@ -85,7 +48,7 @@ TEST(GraphMLLayout, StreamingWriterMatchesThePropertyTreeWriter) {
     graphs.push_back(std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D)); // no nodes at all
     auto isolated = std::make_unique<Graph>(Graph::Directed, Graph::Dim2D);     // nodes, no edges, no features
     isolated->clearFeatureDescriptors();
-    isolated->addNode(Graph::NodeInfo(Eigen::Vector3d(-0.0, 1e-300, 7), {}));
+    isolated->addNode(Graph::NodeInfo(Eigen::Vector3d(-0.0, 1e-300, 0), {}));
     graphs.push_back(std::move(isolated));
     // Names the writer must escape: entities, blanks only (written with "&#32;"), empty, dots, UTF-8.
     auto named = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
@@ -94,83 +57,35 @@ TEST(GraphMLLayout, StreamingWriterMatchesThePropertyTreeWriter) {
     named->addNode(Graph::NodeInfo(Eigen::Vector3d(4, 5, 6), {6, 7, 8, 9, 10}));
     named->addEdge(1, 2, Graph::EdgeInfo{{0.125}, Properties()});
     graphs.push_back(std::move(named));
+    // Doubles must come back exactly, the sign of zero included.
+    auto exact = std::make_unique<Graph>(Graph::Undirected, Graph::Dim3D);
+    for (double v : {-0.0, 0.1 + 0.2, 1.0 / 3.0, 5e-324, std::numeric_limits<double>::max(), 123456789.123456789})
+        exact->addNode(Graph::NodeInfo(Eigen::Vector3d(v, -v, v * 0.5), {}));
+    graphs.push_back(std::move(exact));
 
     for (const auto& graph : graphs) {
         for (bool exportFeatures : {true, false}) {
             SCOPED_TRACE(testing::Message()
                          << graph->numNodes() << " nodes, type " << graph->type() << ", features " << exportFeatures);
-            EXPECT_EQ(toGraphML(*graph, exportFeatures), referenceGraphML(*graph, exportFeatures));
-        }
-    }
-}
-
-TEST(GraphMLLayout, TwoDimensionalGraphsAndDisabledFeaturesLeaveThoseOut) {
-    auto flat = makeRichGraph(Graph::Undirected, Graph::Dim2D);
-    const std::string withFeatures = toGraphML(*flat, true);
-    EXPECT_EQ(withFeatures.find("\"z\""), std::string::npos);
-    EXPECT_NE(withFeatures.find("<graph id=\"G\" edgedefault=\"undirected\">"), std::string::npos);
-
-    auto deep = makeRichGraph(Graph::Directed, Graph::Dim3D);
-    const std::string positionsOnly = toGraphML(*deep, false);
-    const std::string keys = positionsOnly.substr(0, positionsOnly.find("<graph "));
-    EXPECT_EQ(keys, "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-                    "<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\">\n"
-                    "    <key id=\"x\" for=\"node\" attr.name=\"x\" attr.type=\"double\"/>\n"
-                    "    <key id=\"y\" for=\"node\" attr.name=\"y\" attr.type=\"double\"/>\n"
-                    "    <key id=\"z\" for=\"node\" attr.name=\"z\" attr.type=\"double\"/>\n    ");
-    EXPECT_EQ(positionsOnly.find("key=\"degree\""), std::string::npos);
-    auto reloaded = readText(positionsOnly);
-    ASSERT_TRUE(reloaded);
-    EXPECT_TRUE(reloaded->nodeFeatureDescriptors().empty());
-    EXPECT_TRUE(reloaded->edgeFeatureDescriptors().empty());
-    EXPECT_EQ(reloaded->numEdges(), deep->numEdges());
-}
-
-TEST(GraphMLLayout, FeatureNamesNeedingEscapesSurviveTheKeyRewrite) {
-    Graph graph(Graph::Undirected, Graph::Dim2D);
-    graph.clearFeatureDescriptors();
-    graph.addNodeFeatureDescriptors({{"a<b & \"c\"", 0.0}, {"with.dot", 0.0}});
-    graph.addNode(Graph::NodeInfo(Eigen::Vector3d(1, 2, 0), {5.0, 6.0}));
-    const std::string text = toGraphML(graph, true);
-    EXPECT_NE(text.find("<key id=\"with.dot\" for=\"node\" attr.name=\"with.dot\" attr.type=\"double\"/>"),
-              std::string::npos);
-    EXPECT_EQ(text.find("attr=\"\""), std::string::npos);
-    auto loaded = readText(text);
-    ASSERT_TRUE(loaded);
-    EXPECT_TRUE(sameContent(graph, *loaded));
-}
-
-TEST(GraphMLRoundTrip, ContentSurvivesForEachTypeAndDimension) {
-    for (auto type : {Graph::Directed, Graph::Undirected}) {
-        for (auto dimension : {Graph::Dim2D, Graph::Dim3D}) {
-            SCOPED_TRACE(testing::Message() << "type " << type << " dimension " << dimension);
-            auto original = makeRichGraph(type, dimension);
-            auto loaded = readText(toGraphML(*original, true));
+            const std::string text = toGraphML(*graph, exportFeatures);
+            EXPECT_EQ(text, referenceGraphML(*graph, exportFeatures));
+            auto loaded = readText(text);
             ASSERT_TRUE(loaded);
-            EXPECT_TRUE(sameContent(*original, *loaded));
-            // File ids are not kept: the nodes are numbered as they are added.
-            EXPECT_EQ(loaded->maxNodeId(), 3u);
+            EXPECT_EQ(loaded->maxNodeId(), graph->numNodes());
+            if (exportFeatures) {
+                EXPECT_TRUE(sameContent(*graph, *loaded));
+            } else {
+                EXPECT_TRUE(loaded->nodeFeatureDescriptors().empty());
+                EXPECT_TRUE(loaded->edgeFeatureDescriptors().empty());
+                EXPECT_EQ(loaded->numEdges(), graph->numEdges());
+            }
         }
     }
-}
-
-TEST(GraphMLRoundTrip, DoublesAreExact) {
-    const double values[] = {0.1 + 0.2,
-                             1.0 / 3.0,
-                             -0.0,
-                             5e-324,
-                             std::numeric_limits<double>::max(),
-                             -std::numeric_limits<double>::max(),
-                             123456789.123456789};
-    Graph graph(Graph::Undirected, Graph::Dim3D);
-    for (double v : values)
-        graph.addNode(Graph::NodeInfo(Eigen::Vector3d(v, -v, v * 0.5), {}));
-    auto loaded = readText(toGraphML(graph, true));
+    auto loaded = readText(toGraphML(*graphs.back(), true));
     ASSERT_TRUE(loaded);
-    EXPECT_TRUE(sameContent(graph, *loaded));
     std::vector<double> xs;
     loaded->forEachNode([&](unsigned long, const Graph::NodeInfo& node) { xs.push_back(node.position.x()); });
-    EXPECT_TRUE(std::signbit(xs.at(2))) << "negative zero keeps its sign";
+    EXPECT_TRUE(std::signbit(xs.at(0))) << "negative zero keeps its sign";
 }
 
 TEST(GraphMLReading, StringIdsDefaultsAndDirection) {

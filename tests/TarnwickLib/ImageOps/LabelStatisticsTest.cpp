@@ -60,21 +60,6 @@ TYPED_TEST(LabelStatisticsTypedTest, BoxesOfScatteredLabelsMatchAVoxelByVoxelSea
     }
 }
 
-TEST(LabelStatisticsTest, SingleVoxelsRunsAndEmptyImages) {
-    std::vector<unsigned char> labels(4 * 3 * 2, 0);
-    EXPECT_TRUE(computeBounds(labels.data(), {4, 3, 2})->empty());
-    labels[23] = 5;            // (3, 2, 1)
-    labels[4] = labels[5] = 2; // (0..1, 1, 0)
-    labels[12 + 4 + 2] = 2;    // (2, 1, 1)
-    const auto bounds = computeBounds(labels.data(), {4, 3, 2});
-    ASSERT_TRUE(bounds.has_value());
-    ASSERT_EQ(bounds->size(), 2u);
-    EXPECT_EQ(bounds->at(5).min, Eigen::Vector3i(3, 2, 1));
-    EXPECT_EQ(bounds->at(5).max, Eigen::Vector3i(3, 2, 1));
-    EXPECT_EQ(bounds->at(2).min, Eigen::Vector3i(0, 1, 0));
-    EXPECT_EQ(bounds->at(2).max, Eigen::Vector3i(2, 1, 1));
-}
-
 TEST(LabelStatisticsTest, ImagesOfIntegerTypesOnly) {
     auto labels = TypedImage<unsigned short>::zeros({5, 5, 1});
     labels->setValue(4, 3, 0, 300);

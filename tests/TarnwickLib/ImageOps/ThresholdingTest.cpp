@@ -58,22 +58,6 @@ TEST(ThresholdingTest, FloatingPointEdgeCases) {
     EXPECT_EQ(mask, (std::vector<std::uint8_t>{0, 1, 0, 0, 1}));
 }
 
-TEST(ThresholdingTest, ImagesKeepShapeAndChannels) {
-    auto image = TypedImage<unsigned short>::zeros({3, 2, 2}, 2);
-    image->setSpacing({0.5, 2.0, 1.0});
-    image->setValue(1, 1, 1, 9, 1);
-    image->setValue(2, 0, 0, 1, 0);
-    const auto mask = threshold(*image, 0.5);
-    ASSERT_NE(mask, nullptr);
-    EXPECT_EQ(mask->dimensions(), image->dimensions());
-    EXPECT_EQ(mask->channels(), 2);
-    EXPECT_EQ(mask->spacing(), image->spacing());
-    EXPECT_EQ(mask->value(1, 1, 1, 1), 1);
-    EXPECT_EQ(mask->value(1, 1, 1, 0), 0);
-    EXPECT_EQ(mask->value(2, 0, 0, 0), 1);
-    EXPECT_EQ(mask->maxValue(), 1.0);
-}
-
 TEST(ThresholdingTest, InPlaceOnBytesAndBadBuffers) {
     std::vector<std::uint8_t> bytes = {0, 1, 2, 200};
     ASSERT_TRUE(threshold(bytes.data(), bytes.size(), 1.0, bytes.data()));
