@@ -38,10 +38,13 @@ CLI::App* SampleCommand::declare(CLI::App& app) {
     command->add_option("--spacing", m_spacing, "Voxel spacing in mm: sx,sy,sz or one value");
     command->add_option("--max-radius", m_maxRadius, "Radius of the root vessel in voxels")
         ->check(CLI::Range(1.5, 64.0));
+    command->add_option("--min-radius", m_minRadius, "Radius of the thinnest vessel in voxels")
+        ->check(CLI::Range(0.3, 64.0));
     command->add_flag("--oblique", m_oblique, "Rotate the image axes and move the origin");
     command->add_flag("--loops", m_loops, "Join leaf vessels so that the tree has cycles");
     command->add_option("--noise", m_noise, "Surface noise as a fraction of the radius")->check(CLI::Range(0.0, 0.5));
     command->add_flag("--holes", m_holes, "Punch single-voxel holes into thick vessels");
+    command->add_option("--bumps", m_bumps, "Ball-shaped bumps on vessel surfaces")->check(CLI::Range(0, 1000));
     command->add_option("--seed", m_seed, "Random seed");
     command->add_flag("--2d", m_twoD, "A single slice instead of a volume");
     return command;
@@ -57,10 +60,12 @@ int SampleCommand::run(CommandContext&) {
     options.size = m_size;
     options.spacing = *spacing;
     options.maxRadiusVoxels = m_maxRadius;
+    options.minRadiusVoxels = m_minRadius;
     options.oblique = m_oblique;
     options.loops = m_loops;
     options.noise = m_noise;
     options.holes = m_holes;
+    options.bumps = m_bumps;
     options.seed = m_seed;
     options.twoD = m_twoD;
     std::unique_ptr<VesselPhantom> phantom;

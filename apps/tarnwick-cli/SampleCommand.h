@@ -19,10 +19,12 @@ private:
     int m_size = 128;
     std::string m_spacing = "1,1,1";
     double m_maxRadius = 6.0;
+    double m_minRadius = 1.5;
     bool m_oblique = false;
     bool m_loops = false;
     double m_noise = 0.0;
     bool m_holes = false;
+    int m_bumps = 0;
     std::uint32_t m_seed = 1;
     bool m_twoD = false;
 };

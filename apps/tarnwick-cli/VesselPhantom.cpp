@@ -71,6 +71,8 @@ VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_sta
         throw std::invalid_argument("The phantom radii must satisfy 0 < minimum <= maximum <= size / 4.");
     if (!(options.noise >= 0.0 && options.noise <= 0.5))
         throw std::invalid_argument("The phantom noise must be between 0 and 0.5.");
+    if (options.bumps < 0 || options.bumps > 1000)
+        throw std::invalid_argument("The number of phantom bumps must be between 0 and 1000.");
 
     Eigen::Vector3d spacing = options.spacing;
     if (options.twoD)
@@ -101,6 +103,7 @@ VesselPhantom::VesselPhantom(const Options& options) : m_options(options), m_sta
     grow(start, Eigen::Vector3d::Unit(axis), options.maxRadiusVoxels * m_voxel, -1, 0);
     if (options.loops)
         addLoops();
+    addBumps();
 }
 
 double VesselPhantom::uniform(double low, double high) {
@@ -239,6 +242,35 @@ void VesselPhantom::addLoops() {
     }
 }
 
+void VesselPhantom::addBumps() {
+    // Vessels long enough to hold a bump more than a diameter away from both of their ends.
+    std::vector<int> hosts;
+    for (int i = 0; i < static_cast<int>(m_vessels.size()); ++i) {
+        const Vessel& vessel = m_vessels[i];
+        const double keepOut = 2.0 * vessel.radius + 2.0 * m_voxel;
+        if ((vessel.points.size() - 1) * 1.5 * m_voxel > 2.0 * keepOut + m_voxel)
+            hosts.push_back(i);
+    }
+    for (int b = 0; b < m_options.bumps && !hosts.empty(); ++b) {
+        const Vessel& vessel = m_vessels[hosts[std::min<std::size_t>(
+            hosts.size() - 1, static_cast<std::size_t>(uniform(0.0, 1.0) * hosts.size()))]];
+        const double keepOut = 2.0 * vessel.radius + 2.0 * m_voxel;
+        // A point along the vessel (its points lie about 1.5 voxels apart) and a direction normal to it.
+        const double length = (vessel.points.size() - 1) * 1.5 * m_voxel;
+        const double along = uniform(keepOut, length - keepOut) / (1.5 * m_voxel);
+        const std::size_t i = std::min(vessel.points.size() - 2, static_cast<std::size_t>(along));
+        const Eigen::Vector3d a = vessel.points[i], b2 = vessel.points[i + 1];
+        const Eigen::Vector3d axis = (b2 - a).normalized();
+        Eigen::Vector3d normal(uniform(-1, 1), uniform(-1, 1), m_options.twoD ? 0.0 : uniform(-1, 1));
+        normal -= normal.dot(axis) * axis;
+        if (normal.norm() < 1e-6)
+            normal = axis.unitOrthogonal();
+        const Eigen::Vector3d centre =
+            a + (b2 - a) * (along - static_cast<double>(i)) + normal.normalized() * vessel.radius * uniform(0.7, 1.0);
+        m_bumps.emplace_back(centre, std::max(vessel.radius * uniform(0.3, 0.6), 0.8 * m_voxel));
+    }
+}
+
 std::shared_ptr<SharedImage> VesselPhantom::mask() const {
     auto image = TypedImage<std::uint8_t>::create(m_descriptor);
     std::fill(image->pointer(), image->pointer() + m_descriptor.numPixels(), std::uint8_t(0));
@@ -264,8 +296,14 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
     };
 
     std::uint8_t* values = image->pointer();
-    for (const Segment& segment : m_segments) {
-        const double reach = segment.radius * (1.0 + m_options.noise) + m_voxel;
+    std::vector<Segment> pieces = m_segments;
+    const std::size_t tubes = pieces.size();
+    for (const auto& [centre, radius] : m_bumps)
+        pieces.push_back({centre, centre, radius});
+    for (std::size_t piece = 0; piece < pieces.size(); ++piece) {
+        const Segment& segment = pieces[piece];
+        const double noise = piece < tubes ? m_options.noise : 0.0;
+        const double reach = segment.radius * (1.0 + noise) + m_voxel;
         Eigen::Vector3i low, high;
         for (int axis = 0; axis < 3; ++axis) {
             const double lo = std::min(segment.a[axis], segment.b[axis]) - reach;
@@ -277,7 +315,7 @@ std::shared_ptr<SharedImage> VesselPhantom::mask() const {
             for (int y = low.y(); y <= high.y(); ++y)
                 for (int x = low.x(); x <= high.x(); ++x) {
                     const Eigen::Vector3d p = (Eigen::Vector3d(x, y, z) - centre).cwiseProduct(spacing);
-                    const double radius = segment.radius * (1.0 + m_options.noise * surface(p));
+                    const double radius = segment.radius * (1.0 + noise * surface(p));
                     if (distanceToSegment(p, segment.a, segment.b) <= radius)
                         values[m_descriptor.index(x, y, z)] = 1;
                 }

@@ -19,6 +19,9 @@ namespace Tarnwick {
 /// two thinner children at its end until the radius falls below minRadiusVoxels. A vessel stops (and is dropped when
 /// still short) where it would leave the volume or come near another vessel, so vessels never touch except at their
 /// junctions. Everything depends only on the options and the seed.
+///
+/// Voxelisation: a voxel is inside exactly when its centre lies within the radius of the true centerline
+/// (or of a bump's centre), so that a cross-section holds about pi r^2 voxels per voxel of length.
 class VesselPhantom {
 public:
     struct Options {
@@ -30,6 +33,7 @@ public:
         bool loops = false;                                 ///< add connecting vessels that close cycles
         double noise = 0.0;                                 ///< surface noise, fraction of the radius (0..0.5)
         bool holes = false;                                 ///< punch single-voxel holes into thick vessels
+        int bumps = 0; ///< ball-shaped bumps on vessel surfaces (0..1000), away from junctions and ends
         std::uint32_t seed = 1;
         bool twoD = false;
     };
@@ -76,6 +80,7 @@ private:
 
     void grow(const Eigen::Vector3d& start, const Eigen::Vector3d& direction, double radius, int parent, int depth);
     void addLoops();
+    void addBumps();
     bool isClear(const Eigen::Vector3d& point, double radius, int ignoreA, int ignoreB) const;
     bool inside(const Eigen::Vector3d& point, double radius) const;
     double uniform(double low, double high);
@@ -88,6 +93,7 @@ private:
     std::vector<Vessel> m_vessels;
     std::vector<Segment> m_segments;
     std::vector<int> m_segmentVessel;
+    std::vector<std::pair<Eigen::Vector3d, double>> m_bumps; ///< centre and radius (image-frame millimetres)
     int m_loops = 0;
     std::uint64_t m_state = 0;
 };

@@ -62,11 +62,13 @@ class ExtractionFromArrays(unittest.TestCase):
         self.assertIn("diameter", graph.edge_features)
         self.assertIn("length", graph.edge_features)
         assert_same_graph(self, graph, cli_graph, atol=1e-9)
-        # ... and nibabel's (float32 affine in the header) the same nodes up to that precision.
+        # ... and nibabel's (float32 affine in the header) the same graph: vessel ends are carried to the
+        # mask's surface by sampling it, where a rounding difference can move an end by a few hundredths
+        # of a millimetre.
         self.assertTrue(self.mask.flags.f_contiguous)
         from_nibabel = tarnwick.extract(self.mask, affine=self.affine)
         np.testing.assert_array_equal(from_nibabel.edges, cli_graph.edges)
-        np.testing.assert_allclose(from_nibabel.nodes.positions, cli_graph.nodes.positions, rtol=0, atol=1e-4)
+        np.testing.assert_allclose(from_nibabel.nodes.positions, cli_graph.nodes.positions, rtol=0, atol=0.05)
 
     def test_layout_and_type_do_not_change_the_graph(self):
         reference = tarnwick.extract(self.mask, affine=self.affine)

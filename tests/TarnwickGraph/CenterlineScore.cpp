@@ -1,5 +1,5 @@
-// Brute-force comparison of two centerline graphs: both are sampled every quarter voxel along their
-// edges and every sample is measured against every edge of the other graph.
+// Comparison of two centerline graphs: both are sampled every quarter voxel along their edges and every
+// sample is measured against the nearest edge of the other graph (edges bucketed in a grid of cells).
 #include "CenterlineScore.h"
 
 #include <fmt/format.h>
@@ -10,6 +10,7 @@
 #include <map>
 #include <queue>
 #include <set>
+#include <unordered_map>
 
 namespace Tarnwick::Test {
 
@@ -56,16 +57,65 @@ double distanceToSegment(const Eigen::Vector3d& p, const Eigen::Vector3d& a, con
     return (a + t * ab - p).norm();
 }
 
-/// Distance from p to the nearest edge of `lines`, and that edge's index.
-std::pair<double, int> nearestEdge(const Eigen::Vector3d& p, const Lines& lines) {
-    std::pair<double, int> best{std::numeric_limits<double>::infinity(), -1};
-    for (std::size_t e = 0; e < lines.edges.size(); ++e) {
-        const double d = distanceToSegment(p, lines.points[lines.edges[e].first], lines.points[lines.edges[e].second]);
-        if (d < best.first)
-            best = {d, static_cast<int>(e)};
+/// The edges of `lines` bucketed into cubic cells, for nearest-edge queries by growing shells of cells.
+class EdgeGrid {
+public:
+    EdgeGrid(const Lines& lines, double cell) : m_lines(lines), m_cell(cell) {
+        for (std::size_t e = 0; e < lines.edges.size(); ++e) {
+            const Eigen::Vector3d a = lines.points[lines.edges[e].first], b = lines.points[lines.edges[e].second];
+            const Eigen::Vector3i low = cellOf(a.cwiseMin(b)), high = cellOf(a.cwiseMax(b));
+            for (int z = low.z(); z <= high.z(); ++z)
+                for (int y = low.y(); y <= high.y(); ++y)
+                    for (int x = low.x(); x <= high.x(); ++x)
+                        m_cells[key({x, y, z})].push_back(static_cast<int>(e));
+            m_low = e == 0 ? low : m_low.cwiseMin(low);
+            m_high = e == 0 ? high : m_high.cwiseMax(high);
+        }
     }
-    return best;
-}
+
+    /// Distance from p to the nearest edge, and that edge's index (-1 when there are no edges).
+    std::pair<double, int> nearest(const Eigen::Vector3d& p) const {
+        std::pair<double, int> best{std::numeric_limits<double>::infinity(), -1};
+        if (m_cells.empty())
+            return best;
+        const Eigen::Vector3i c = cellOf(p);
+        const int reach = (c - m_low).cwiseAbs().maxCoeff() + (m_high - c).cwiseAbs().maxCoeff() + 1;
+        for (int ring = 0; ring <= reach; ++ring) {
+            for (int z = c.z() - ring; z <= c.z() + ring; ++z)
+                for (int y = c.y() - ring; y <= c.y() + ring; ++y)
+                    for (int x = c.x() - ring; x <= c.x() + ring; ++x) {
+                        const Eigen::Vector3i q(x, y, z);
+                        if ((q - c).cwiseAbs().maxCoeff() != ring)
+                            continue;
+                        const auto found = m_cells.find(key(q));
+                        if (found == m_cells.end())
+                            continue;
+                        for (int e : found->second) {
+                            const double d = distanceToSegment(p, m_lines.points[m_lines.edges[e].first],
+                                                               m_lines.points[m_lines.edges[e].second]);
+                            if (d < best.first)
+                                best = {d, e};
+                        }
+                    }
+            // Edges in cells beyond this shell are at least `ring` cells away.
+            if (best.first <= ring * m_cell)
+                break;
+        }
+        return best;
+    }
+
+private:
+    Eigen::Vector3i cellOf(const Eigen::Vector3d& p) const { return (p / m_cell).array().floor().cast<int>(); }
+    static long long key(const Eigen::Vector3i& c) {
+        return ((static_cast<long long>(c.z()) + (1 << 20)) << 42) +
+               ((static_cast<long long>(c.y()) + (1 << 20)) << 21) + (static_cast<long long>(c.x()) + (1 << 20));
+    }
+
+    const Lines& m_lines;
+    double m_cell;
+    Eigen::Vector3i m_low = Eigen::Vector3i::Zero(), m_high = Eigen::Vector3i::Zero();
+    std::unordered_map<long long, std::vector<int>> m_cells;
+};
 
 /// Samples every edge of `lines` at most `step` apart: (position, weight = represented length, edge).
 std::vector<std::tuple<Eigen::Vector3d, double, int>> sample(const Lines& lines, double step) {
@@ -193,6 +243,34 @@ int cyclesWithMergedJunctions(const Lines& lines) {
     return static_cast<int>(edges.size()) - nodes + components;
 }
 
+/// Lower limits of the radius bands, in voxels.
+constexpr double bandLimits[] = {0.5, 1.0, 1.5, 2.0, 3.0, 5.0};
+
+int bandOf(const std::vector<CenterlineScore::RadiusBand>& bands, double radiusVoxels) {
+    for (int b = static_cast<int>(bands.size()) - 1; b >= 0; --b)
+        if (radiusVoxels >= bands[b].lowVoxels)
+            return b;
+    return -1;
+}
+
+double median(std::vector<double> values) {
+    std::nth_element(values.begin(), values.begin() + values.size() / 2, values.end());
+    return values[values.size() / 2];
+}
+
+/// Medians of the band's errors and its recall from its lengths.
+void summarize(CenterlineScore::RadiusBand& band) {
+    band.edges = static_cast<int>(band.errors.size());
+    band.recall = band.trueLength > 0.0 ? band.foundLength / band.trueLength : -1.0;
+    if (band.errors.empty())
+        return;
+    band.medianBias = median(band.errors);
+    std::vector<double> magnitudes;
+    for (double error : band.errors)
+        magnitudes.push_back(std::abs(error));
+    band.medianAbsError = median(magnitudes);
+}
+
 double f1(int matched, int truths, int found) {
     return truths + found == 0 ? 1.0 : 2.0 * matched / (truths + found);
 }
@@ -205,6 +283,33 @@ std::string CenterlineScore::describe() const {
                        precision, recall, meanDistance, p95Distance, foundBranchPoints, trueBranchPoints, branchF1,
                        trueEndpoints, endpointF1, spuriousTerminalBranches, extractedCycles, trueCycles,
                        medianDiameterError);
+}
+
+std::vector<CenterlineScore::RadiusBand> poolBands(const std::vector<CenterlineScore>& scores) {
+    std::vector<CenterlineScore::RadiusBand> pooled;
+    for (const CenterlineScore& score : scores)
+        for (std::size_t b = 0; b < score.bands.size(); ++b) {
+            if (pooled.size() <= b)
+                pooled.push_back(
+                    {score.bands[b].lowVoxels, score.bands[b].highVoxels, 0, 0.0, 0.0, -1.0, {}, 0.0, 0.0});
+            CenterlineScore::RadiusBand& band = pooled[b];
+            band.errors.insert(band.errors.end(), score.bands[b].errors.begin(), score.bands[b].errors.end());
+            band.foundLength += score.bands[b].foundLength;
+            band.trueLength += score.bands[b].trueLength;
+        }
+    for (CenterlineScore::RadiusBand& band : pooled)
+        summarize(band);
+    return pooled;
+}
+
+std::string describeBands(const std::vector<CenterlineScore::RadiusBand>& bands) {
+    std::string text;
+    for (const CenterlineScore::RadiusBand& band : bands)
+        text += fmt::format("r [{:.1f}, {:.1f}) voxels: {:5d} edges, diameter bias {:+6.1f} %, |error| {:5.1f} %, "
+                            "recall {:.3f}\n",
+                            band.lowVoxels, std::min(band.highVoxels, 99.0), band.edges, 100.0 * band.medianBias,
+                            100.0 * band.medianAbsError, band.recall);
+    return text;
 }
 
 CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& truthLines, double voxelSize) {
@@ -225,12 +330,13 @@ CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& 
                 radius = std::max(radius, thickest);
         return std::max(voxelSize, radius / 2.0);
     };
+    const EdgeGrid truthGrid(truth, 2.0 * voxelSize), foundGrid(found, 2.0 * voxelSize);
     CenterlineScore score;
 
     double inside = 0.0, total = 0.0, weighted = 0.0;
     std::vector<std::pair<double, double>> distances;
     for (const auto& [p, weight, edge] : sample(found, step)) {
-        const auto [d, e] = nearestEdge(p, truth);
+        const auto [d, e] = truthGrid.nearest(p);
         total += weight;
         weighted += weight * d;
         distances.emplace_back(d, weight);
@@ -249,10 +355,19 @@ CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& 
     }
 
     inside = total = 0.0;
+    for (const double low : bandLimits)
+        score.bands.push_back({low, 0.0, 0, 0.0, 0.0, -1.0, {}, 0.0, 0.0});
+    for (std::size_t b = 0; b < score.bands.size(); ++b)
+        score.bands[b].highVoxels = b + 1 < score.bands.size() ? score.bands[b + 1].lowVoxels : 1e9;
     for (const auto& [p, weight, edge] : sample(truth, step)) {
+        const bool hit = foundGrid.nearest(p).first <= tolerance(p, edge);
         total += weight;
-        if (nearestEdge(p, found).first <= tolerance(p, edge))
-            inside += weight;
+        inside += hit ? weight : 0.0;
+        const int band = bandOf(score.bands, truth.diameters[edge] / 2.0 / voxelSize);
+        if (band >= 0) {
+            score.bands[band].foundLength += hit ? weight : 0.0;
+            score.bands[band].trueLength += weight;
+        }
     }
     score.recall = total > 0.0 ? inside / total : 0.0;
 
@@ -287,27 +402,30 @@ CenterlineScore scoreCenterlines(const Graph& extracted, const TrueCenterlines& 
         for (std::size_t e = 0; e < found.edges.size(); ++e) {
             const Eigen::Vector3d middle =
                 (found.points[found.edges[e].first] + found.points[found.edges[e].second]) / 2.0;
-            const auto [d, t] = nearestEdge(middle, truth);
+            const auto [d, t] = truthGrid.nearest(middle);
             if (t < 0)
                 continue;
             const double trueDiameter = truth.diameters[t];
-            if (trueDiameter < 4.0 * voxelSize)
-                continue;
-            // Diameters are ill-defined near junctions and vessel ends.
+            // Diameters are ill-defined near junctions and vessel ends, and on edges off the vessel.
             const double keepOut = trueDiameter + voxelSize;
             const auto near = [&](const std::vector<Eigen::Vector3d>& points) {
                 return std::any_of(points.begin(), points.end(),
                                    [&](const Eigen::Vector3d& p) { return (p - middle).norm() < keepOut; });
             };
-            if (near(branchPoints) || near(endPoints))
+            if (near(branchPoints) || near(endPoints) || d > tolerance(middle, t))
                 continue;
-            errors.push_back(std::abs(found.diameters[e] - trueDiameter) / trueDiameter);
+            const double error = (found.diameters[e] - trueDiameter) / trueDiameter;
+            if (trueDiameter >= 4.0 * voxelSize)
+                errors.push_back(std::abs(error));
+            const int band = bandOf(score.bands, trueDiameter / 2.0 / voxelSize);
+            if (band >= 0)
+                score.bands[band].errors.push_back(error);
         }
-        if (!errors.empty()) {
-            std::nth_element(errors.begin(), errors.begin() + errors.size() / 2, errors.end());
-            score.medianDiameterError = errors[errors.size() / 2];
-        }
+        if (!errors.empty())
+            score.medianDiameterError = median(errors);
     }
+    for (CenterlineScore::RadiusBand& band : score.bands)
+        summarize(band);
     return score;
 }
 

@@ -34,8 +34,26 @@ struct CenterlineScore {
     int trueCycles = 0;
     int extractedCycles = 0;         ///< independent cycles, each cluster of adjacent junction nodes merged
     double medianDiameterError = -1; ///< relative, over edges of vessels >= 2 voxels in radius; -1 if none
+    /// Per band of true radius (in voxels): diameters of the extracted edges whose midpoint is nearest to
+    /// a true vessel of that radius, away from junctions and ends, and the recall of that vessel length.
+    struct RadiusBand {
+        double lowVoxels = 0.0, highVoxels = 0.0; ///< true radius in [low, high) voxels
+        int edges = 0;                            ///< measured edges
+        double medianBias = 0.0;                  ///< median of (measured - true) / true
+        double medianAbsError = 0.0;              ///< median of |measured - true| / true
+        double recall = 0.0;                      ///< share of this band's true length found (-1: none)
+        std::vector<double> errors;               ///< signed relative errors of the measured edges
+        double foundLength = 0.0, trueLength = 0.0;
+    };
+    std::vector<RadiusBand> bands;
     std::string describe() const;
 };
+
+/// One line per band: radius limits, measured edges, diameter bias and |error|, recall.
+std::string describeBands(const std::vector<CenterlineScore::RadiusBand>& bands);
+
+/// Sums the bands of several scores (same limits): errors pooled, medians and recall recomputed.
+std::vector<CenterlineScore::RadiusBand> poolBands(const std::vector<CenterlineScore>& scores);
 
 /// Scores `extracted` (positions mapped through its matrixToWorld; edge feature "diameter" optional)
 /// against `truth`. voxelSize: the working voxel size in millimetres. O(samples x edges).

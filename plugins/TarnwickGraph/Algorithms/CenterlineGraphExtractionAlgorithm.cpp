@@ -245,13 +245,16 @@ bool CenterlineGraphExtractionAlgorithm::extract(const SharedImage& mask) {
         return false;
     }
 
-    std::unique_ptr<SharedImageSet> distance = timed("distance", [&]() {
-        auto set = std::make_unique<SharedImageSet>();
-        if (std::unique_ptr<SharedImage> chamfer =
-                DistanceTransform::computeChamfer(*resampled->get(0), true, true, false))
-            set->add(std::shared_ptr<SharedImage>(std::move(chamfer))); // in the mask's frame
-        return set;
+    std::unique_ptr<SharedImageSet> distance = timed("distance", [&]() -> std::unique_ptr<SharedImageSet> {
+        std::unique_ptr<SharedImage> chamfer = DistanceTransform::computeChamfer(*resampled->get(0), true, true, false);
+        if (!chamfer)
+            return nullptr;
+        return std::make_unique<SharedImageSet>(std::shared_ptr<SharedImage>(std::move(chamfer))); // mask's frame
     });
+    if (!distance) {
+        TW_LOG_CAT_ERROR(logCategory, "Failed to compute the distance map.");
+        return false;
+    }
 
     // Pruning and smoothing log their own reasons; the run goes on with the graph as they left it.
     timed("prune", [&]() {

@@ -25,8 +25,8 @@ namespace Tarnwick {
 /// as the image file defines it) position of the node.
 ///
 /// Status: Success; Error with "Empty input image set provided.", "Not implemented.", "Could not resample
-/// input", "Failed to compute skeleton.", "Failed to extract skeleton as graph." or "Partitioning
-/// failed."; an all-zero mask logs the warning "Input label image is empty." and outputs an empty graph
+/// input", "Failed to compute skeleton.", "Failed to extract skeleton as graph.", "Partitioning failed." or
+/// "Failed to compute the distance map."; an all-zero mask logs the warning "Input label image is empty." and outputs an empty graph
 /// while the status stays Error.
 class CenterlineGraphExtractionAlgorithm : public Algorithm {
 public:

@@ -10,6 +10,9 @@ namespace Tarnwick {
 ///
 ///   identifier               menu name
 ///   VesselGraphExtraction    Pipelines;Vessel Graph Extraction
+///   GraphSegmentTable        Pipelines;Graph Segment Table
+///   GraphNodeTable           Pipelines;Graph Node Table
+///   GraphVtpExport           Pipelines;Export VTK PolyData
 class GraphPipelinesFactory : public AlgorithmFactory {
 public:
     GraphPipelinesFactory();

@@ -8,7 +8,10 @@
 #include <TarnwickGraph/Algorithms/CenterlineGraphExtractionAlgorithm.h>
 #include <TarnwickGraph/Algorithms/ComputeCommonGraphFeaturesAlgorithm.h>
 #include <TarnwickGraph/Graph/GraphUtils.h>
+#include <TarnwickGraph/Pipelines/CavityFilling.h>
+#include <TarnwickGraph/Pipelines/CenterlineCleanup.h>
 #include <TarnwickGraph/Pipelines/JunctionClusters.h>
+#include <TarnwickGraph/Pipelines/LostBranchRecovery.h>
 #include <TarnwickGraph/Pipelines/MaskDiameterMeasurement.h>
 #include <TarnwickGraph/Pipelines/VesselMask.h>
 #include <TarnwickGraph/Pipelines/WorkingGrid.h>
@@ -66,9 +69,11 @@ VesselGraphExtractionAlgorithm::VesselGraphExtractionAlgorithm(SharedImageSet& i
     closeHoles.setAttribute("min", "0");
     closeHoles.setAttribute("max", "32");
     closeHoles.setAttribute("tooltip", "Closing radius in voxels before thinning; 0 disables it.");
+    fillHoles.setAttribute("tooltip", "Fill cavities enclosed by the vessel mask before thinning.");
     threshold.setAttribute("tooltip", "Values above it are vessel; unset: every non-zero value.");
     invert.setAttribute("tooltip", "Vessel is where the threshold or label rule does not hold.");
     label.setAttribute("tooltip", "Only voxels of this value are vessel.");
+    keepSkeleton.setAttribute("tooltip", "Also output the thinned working mask as an image named skeleton.");
     mergeJunctions.setAttribute("tooltip", "Merge each cluster of adjacent junction nodes into one node.");
     coordinates.setAttribute("values", "Image,LPS,RAS");
     workingSpacing.setAttribute("tooltip", "Spacing (mm) of the grid thick axes are upsampled to; unset: the finest "
@@ -94,12 +99,15 @@ OwningDataList VesselGraphExtractionAlgorithm::takeOutput() {
     OwningDataList output;
     if (m_result)
         output.add(std::move(m_result));
+    if (m_skeleton)
+        output.add(std::move(m_skeleton));
     return output;
 }
 
 void VesselGraphExtractionAlgorithm::compute() {
     setStatus(Error);
     m_result.reset();
+    m_skeleton.reset();
     m_summary = GraphSummary();
     const SharedImage* image = m_input.get();
     if (!image) {
@@ -147,6 +155,8 @@ void VesselGraphExtractionAlgorithm::compute() {
         working =
             asTask(progress(), "upsample", [&] { return std::shared_ptr<SharedImage>(upsampleMask(*working, grid)); });
     }
+    if (fillHoles)
+        asTask(progress(), "fill holes", [&] { return fillEnclosedCavities(*working); });
     if (!extract(working))
         return;
     m_summary = summarizeGraph(*m_result);
@@ -169,6 +179,8 @@ bool VesselGraphExtractionAlgorithm::extract(const std::shared_ptr<SharedImage>&
         extraction.compute();
     }
     extraction.setProgress(nullptr);
+    if (keepSkeleton && extraction.skeleton() && extraction.skeleton()->size() == 1)
+        m_skeleton = std::make_unique<SharedImageSet>(extraction.skeleton()->getShared(0), "skeleton");
     OwningDataList output = extraction.takeOutput();
     std::vector<std::unique_ptr<Data>> items = output.release();
     if (extraction.status() != Success || items.empty() || !dynamic_cast<Graph*>(items.front().get())) {
@@ -180,6 +192,20 @@ bool VesselGraphExtractionAlgorithm::extract(const std::shared_ptr<SharedImage>&
 
     if (mergeJunctions)
         asTask(progress(), "junctions", [&] { return JunctionClusters::mergeInto(graph); });
+    asTask(progress(), "lost branches", [&] { return recoverLostBranches(graph, *mask); });
+    if (!asTask(progress(), "diameters", [&] { return measureVesselDiameters(graph, *mask); })) {
+        m_result.reset();
+        return false;
+    }
+    asTask(progress(), "ends and bumps", [&] {
+        CenterlineCleanup::extendTerminalBranches(graph, *mask);
+        // Both read segments between merged junctions. A loop broken off its stem leaves the stem as a spur.
+        if (mergeJunctions) {
+            CenterlineCleanup::breakShortCycles(graph);
+            CenterlineCleanup::pruneSurfaceBumps(graph, pruneSensitivity);
+        }
+        return 0;
+    });
     ComputeCommonGraphFeaturesAlgorithm lengths(graph, nullptr);
     lengths.mode = ComputeCommonGraphFeaturesAlgorithm::EdgeLength;
     asTask(progress(), "length", [&] {
@@ -188,10 +214,6 @@ bool VesselGraphExtractionAlgorithm::extract(const std::shared_ptr<SharedImage>&
     });
     if (lengths.status() != Success) {
         TW_LOG_CAT_ERROR(logCategory, "Measuring the edge lengths failed");
-        m_result.reset();
-        return false;
-    }
-    if (!asTask(progress(), "diameters", [&] { return measureVesselDiameters(graph, *mask); })) {
         m_result.reset();
         return false;
     }

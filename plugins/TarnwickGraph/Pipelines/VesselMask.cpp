@@ -55,7 +55,8 @@ SlabStatistics scanSlab(const T* values, std::uint8_t* mask, std::size_t count, 
 std::string refusal(const std::string& reason) {
     return fmt::format("The input does not look like a vessel mask: {}. Choose the vessel voxels explicitly with "
                        "--threshold T (values above T; parameter threshold), --invert (the other voxels; "
-                       "parameter invert) or --label N (one label; parameter label)",
+                       "parameter invert), --label N (one label; parameter label) or --labels all (one graph "
+                       "per label of a label map)",
                        reason);
 }
 

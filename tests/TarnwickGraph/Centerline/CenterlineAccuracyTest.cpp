@@ -13,7 +13,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <iostream>
+#include <vector>
 
 namespace Tarnwick {
 namespace {
@@ -61,6 +63,35 @@ VesselPhantom::Options withFlags(VesselPhantom::Options options, bool oblique, b
     return options;
 }
 
+VesselPhantom::Options thinTree(int size, double maxRadius, double minRadius, std::uint32_t seed, int bumps = 0) {
+    VesselPhantom::Options options;
+    options.size = size;
+    options.maxRadiusVoxels = maxRadius;
+    options.minRadiusVoxels = minRadius;
+    options.seed = seed;
+    options.bumps = bumps;
+    return options;
+}
+
+/// Diameters and recall per band of true radius, from one voxel up: median bias within 5 %, median
+/// |error| within 10 %, and (bands below 2 voxels) at least 97 % of the thin vessels found.
+void expectRadiusBandGoals(const std::vector<Test::CenterlineScore::RadiusBand>& bands) {
+    std::cout << Test::describeBands(bands);
+    int checked = 0;
+    for (const Test::CenterlineScore::RadiusBand& band : bands) {
+        if (band.lowVoxels < 1.0 || band.edges < 20)
+            continue;
+        SCOPED_TRACE(testing::Message() << "radius band from " << band.lowVoxels << " voxels");
+        ++checked;
+        EXPECT_LE(std::abs(band.medianBias), 0.05);
+        EXPECT_LE(band.medianAbsError, 0.10);
+        if (band.highVoxels <= 2.0) {
+            EXPECT_GE(band.recall, 0.97);
+        }
+    }
+    EXPECT_GE(checked, 3);
+}
+
 struct Case {
     const char* name;
     VesselPhantom::Options options;
@@ -100,6 +131,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"Anisotropic", large(phantom(256, {0.8, 0.8, 1.2}, 13))}),
     caseName);
 
+// A 384^3 tree with 187 bifurcations and radii from 1 to 14 voxels.
+TEST(CenterlineAccuracyLargeTree, FindsTheBranchPointsAndEndsAndMeasuresEveryRadiusBand) {
+    const Extraction result = extract(thinTree(384, 14, 1.0, 2));
+    std::cout << result.score.describe() << "\n";
+    EXPECT_GE(result.score.trueBranchPoints, 180);
+    EXPECT_GE(result.score.branchF1, 0.97);
+    EXPECT_LE(result.score.spuriousTerminalBranches * 20, result.score.trueEndpoints);
+    expectRadiusBandGoals(result.score.bands);
+}
+
 TEST(CenterlineAccuracyRotation, RotatingTheAffineOfALargeTreeKeepsItsBranchPointsWithinTwoPercent) {
     VesselPhantom::Options options = large(phantom(256, {1, 1, 1}, 12));
     const int a = extract(options).score.foundBranchPoints;
@@ -117,6 +158,22 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"Loops", withFlags(phantom(96, {1, 1, 1}, 5), false, true, 0.0, false, false)},
                     Case{"NoisyWithHoles", withFlags(phantom(96, {1, 1, 1}, 6), false, false, 0.15, true, false)}),
     caseName);
+
+// Thin trees (radii 1 to 3 voxels, their bands pooled) and a tree with ball-shaped bumps on its surfaces.
+TEST(CenterlineAccuracyThinAndBumpy, MeasuresAndFindsThinVesselsAndIgnoresSurfaceBumps) {
+    std::vector<Tarnwick::Test::CenterlineScore> thin;
+    for (const std::uint32_t seed : {4u, 5u, 6u}) {
+        thin.push_back(extract(thinTree(128, 3, 1.0, seed)).score);
+        std::cout << "thin " << seed << ": " << thin.back().describe() << "\n";
+        EXPECT_LE(thin.back().spuriousTerminalBranches * 20, std::max(20, thin.back().trueEndpoints));
+    }
+    expectRadiusBandGoals(Tarnwick::Test::poolBands(thin));
+    const Extraction bumpy = extract(thinTree(128, 6, 1.5, 3, 25));
+    std::cout << "bumps: " << bumpy.score.describe() << "\n";
+    ASSERT_GE(bumpy.score.trueEndpoints, 10);
+    EXPECT_LE(bumpy.score.spuriousTerminalBranches * 20, std::max(20, bumpy.score.trueEndpoints));
+    EXPECT_GE(bumpy.score.branchF1, 0.97);
+}
 
 TEST(CenterlineAccuracyCycles, TrueCyclesAreKeptUnlessRemovedWhichLeavesAForest) {
     const VesselPhantom::Options options = withFlags(phantom(96, {1, 1, 1}, 5), false, true, 0.0, false, false);

@@ -36,7 +36,7 @@ std::shared_ptr<SharedImage> vessel(PixelType type) {
     const auto world = [&](double x, double z) { return (placement * Eigen::Vector4d(x, 0, z, 1)).head<3>().eval(); };
     const Eigen::Vector3d fork = world(0, 0);
     return Test::tubeLabelImage(
-        {{world(3, -12), fork, radiusMm}, {fork, world(10, 10), radiusMm}, {fork, world(-10, 10), radiusMm}}, frame);
+        {{world(0, -12), fork, radiusMm}, {fork, world(10, 10), radiusMm}, {fork, world(-10, 10), radiusMm}}, frame);
 }
 
 /// The image with every value replaced by fn(value) (the vessel is 1, the rest 0), as pixel type T.
