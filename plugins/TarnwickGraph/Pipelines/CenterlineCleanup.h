@@ -33,7 +33,9 @@ std::size_t pruneSurfaceBumps(Graph& graph, double reach);
 /// Breaks every cycle shorter than the circumference of the thickest vessel on it (pi times its
 /// diameter): such a cycle runs around a tunnel or a notch in one vessel's wall, never around a gap
 /// between vessels. The cycle's thinnest segment is removed (the longer on ties). Returns the number of
-/// segments removed. Per cycle broken, one bounded shortest-path search over the segment graph per segment.
+/// segments removed. Each pass searches once from every segment, over segments no thicker and within its
+/// circumference, and breaks every short cycle that does not overlap one broken before it; at most four
+/// passes.
 std::size_t breakShortCycles(Graph& graph);
 
 } // namespace CenterlineCleanup
