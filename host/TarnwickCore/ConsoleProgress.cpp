@@ -41,7 +41,8 @@ void ConsoleProgress::percentChanged(const Task& task, int depth, int percent) {
 void ConsoleProgress::taskEnded(const Task& task, int depth) {
     if (m_style == Style::Lines) {
         m_printedTenths.pop_back();
-        printLine(depth, fmt::format("{}: done in {}", task.description, task.timer.formatted()));
+        printLine(depth, fmt::format("{}: {} {}", task.description, task.failed ? "failed after" : "done in",
+                                     task.timer.formatted()));
         return;
     }
     if (depth > 0)
@@ -52,14 +53,14 @@ void ConsoleProgress::taskEnded(const Task& task, int depth) {
 }
 
 void ConsoleProgress::drawBar(const Task& task, int depth, bool finished) {
-    const int percent = finished && task.totalSteps > 0 ? 100 : percentOf(task);
+    const int percent = task.failed ? -1 : finished && task.totalSteps > 0 ? 100 : percentOf(task);
     std::string line = std::string(std::size_t(2 * depth), ' ') + task.description;
     if (percent >= 0) {
         const int filled = percent * barWidth / 100;
         line += fmt::format(" [{}{}] {:3}%", std::string(std::size_t(filled), '#'),
                             std::string(std::size_t(barWidth - filled), '-'), percent);
     } else if (finished) {
-        line += " done";
+        line += task.failed ? " failed" : " done";
     }
     line += " " + task.timer.formatted();
     const std::size_t length = line.size();

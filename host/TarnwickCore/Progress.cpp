@@ -42,6 +42,13 @@ void Progress::end() {
         update();
 }
 
+void Progress::fail() {
+    if (m_tasks.empty())
+        return;
+    m_tasks.back().failed = true;
+    end();
+}
+
 int Progress::percentOf(const Task& task) {
     if (task.totalSteps <= 0)
         return -1;

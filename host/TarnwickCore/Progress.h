@@ -12,10 +12,10 @@ namespace Tarnwick {
 /// Progress reporting and cancellation for long operations.
 ///
 /// An operation calls start(description, totalSteps), then step() or setProgress() as it works,
-/// checks wasCanceled() now and then, and calls end(). Starting while a task runs begins a nested
-/// sub-task; end() closes the innermost one. A plain Progress only tracks state and cancellation
-/// (use it where nobody watches); subclasses draw it through the protected hooks, which are called
-/// only when the innermost task's whole percentage changes, so step() is cheap in tight loops.
+/// checks wasCanceled() now and then, and calls end(), or fail() when it gave up. Starting while a task runs begins a
+/// nested sub-task; end() closes the innermost one. A plain Progress only tracks state and cancellation (use it where
+/// nobody watches); subclasses draw it through the protected hooks, which are called only when the innermost task's
+/// whole percentage changes, so step() is cheap in tight loops.
 ///
 /// The reporting functions are meant for one thread; cancel() and wasCanceled() may be called
 /// from any thread.
@@ -26,6 +26,7 @@ public:
         std::int64_t totalSteps = 0; ///< 0 when the length is unknown
         std::int64_t currentStep = 0;
         Timer timer;
+        bool failed = false; ///< set by fail(), so that taskEnded can tell a failure from success
     };
 
     Progress() = default;
@@ -41,6 +42,8 @@ public:
     void step(std::int64_t steps = 1);
     /// Ends the innermost task; no effect when none runs.
     void end();
+    /// Ends the innermost task as failed (it is not reported as done); no effect when none runs.
+    void fail();
 
     /// Asks the operation to stop at its next check.
     void cancel() { m_canceled.store(true); }

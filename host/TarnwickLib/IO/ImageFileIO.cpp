@@ -8,10 +8,12 @@
 
 #include <TarnwickLib/IO/ImageFileIO.h>
 
-#include <TarnwickCore/Log.h>
 #include <TarnwickCore/String.h>
 #include <TarnwickLib/IO/ImageFileLayout.h>
+#include <TarnwickLib/IO/NiftiPixelReader.h>
 #include <TarnwickLib/IO/SaveTemporary.h>
+#include <TarnwickLib/IO/TiffFile.h>
+#include <TarnwickLib/IO/TiffGeometry.h>
 
 #include <itkImageIOBase.h>
 #include <itkMetaImageIO.h>
@@ -272,7 +274,8 @@ std::string readHeader(itk::ImageIOBase& io, const std::string& path, ImageDescr
     return {};
 }
 
-ImageFileIO::LoadResult loadWithItk(const std::string& path, const FormatEntry& format) {
+ImageFileIO::LoadResult loadWithItk(const std::string& path, const FormatEntry& format,
+                                    const ImageFileIO::LoadOptions& options) {
     itk::ImageIOBase::Pointer io = createImageIO(format.format);
     const std::string unsafe = ImageFileLayout::checkHeader(path);
     if (!unsafe.empty())
@@ -286,21 +289,41 @@ ImageFileIO::LoadResult loadWithItk(const std::string& path, const FormatEntry& 
     const std::string headerError = readHeader(*io, path, descriptor, geometry);
     if (!headerError.empty())
         return {nullptr, headerError};
+    // TIFF images are placed by the description this program writes; others are centred at the world origin.
+    std::optional<TiffGeometry> tiffGeometry;
+    if (format.format == Format::Tiff) {
+        const std::optional<std::string> text = TiffFile::description(path);
+        tiffGeometry = text ? TiffGeometry::parse(*text, descriptor.spacing.head<2>()) : std::nullopt;
+        if (tiffGeometry)
+            descriptor.spacing = tiffGeometry->spacing;
+    }
 
     const std::string layoutError =
         ImageFileLayout::checkDataSize(path, descriptor.byteSize(), valueCountOf(descriptor));
     if (!layoutError.empty())
         return {nullptr, fmt::format("Cannot read '{}': {}", path, layoutError)};
 
-    std::shared_ptr<MemImage> mem = dispatchPixelType(descriptor.pixelType, [&](auto tag) -> std::shared_ptr<MemImage> {
-        return TypedImage<typename decltype(tag)::type>::uninitialized(descriptor);
-    });
-    io->SetIORegion(fullRegion(descriptor.dimensions, io->GetNumberOfDimensions()));
-    io->Read(mem->data());
+    // The header as the IO class read it places the image; NIfTI pixel data that is stored as it is
+    // comes faster without it.
+    std::shared_ptr<MemImage> mem;
+    if (format.format == Format::Nifti) {
+        std::optional<NiftiPixelReader::Result> read = NiftiPixelReader::read(path, descriptor, options.narrowIntegers);
+        if (read && !read->image)
+            return {nullptr, fmt::format("Cannot read '{}': {}", path, read->error)};
+        if (read)
+            mem = std::move(read->image);
+    }
+    if (!mem) {
+        mem = dispatchPixelType(descriptor.pixelType, [&](auto tag) -> std::shared_ptr<MemImage> {
+            return TypedImage<typename decltype(tag)::type>::uninitialized(descriptor);
+        });
+        io->SetIORegion(fullRegion(descriptor.dimensions, io->GetNumberOfDimensions()));
+        io->Read(mem->data());
+    }
 
-    // TIFF has no placement: its images are centred at the world origin.
-    const Eigen::Matrix4d toWorld =
-        format.format == Format::Tiff ? Eigen::Matrix4d::Identity() : matrixToWorldOf(geometry, descriptor.dimensions);
+    const Eigen::Matrix4d toWorld = format.format != Format::Tiff ? matrixToWorldOf(geometry, descriptor.dimensions)
+                                    : tiffGeometry                ? tiffGeometry->matrixToWorld
+                                                                  : Eigen::Matrix4d::Identity();
     auto image = std::make_shared<SharedImage>(mem, toWorld);
     return {std::make_unique<SharedImageSet>(image, baseName(path, format)), {}};
 }
@@ -368,13 +391,9 @@ ImageFileIO::SaveResult saveWithItk(const SharedImage& image, const fs::path& ta
     if (!geometry)
         return {
             fmt::format("Cannot save '{}': the image's matrix is not an invertible affine placement", target.string())};
-    if (format.format == Format::Tiff) {
-        if (!tiffSupports(d.pixelType))
-            return {fmt::format("Cannot save '{}': TIFF files hold int8, uint8, int16, uint16 or float values, not {}",
-                                target.string(), pixelTypeName(d.pixelType))};
-        if (!image.matrixToWorld().isIdentity())
-            TW_LOG_WARN("TIFF files store no origin or direction; '{}' keeps only the spacing", target.string());
-    }
+    if (format.format == Format::Tiff && !tiffSupports(d.pixelType))
+        return {fmt::format("Cannot save '{}': TIFF files hold int8, uint8, int16, uint16 or float values, not {}",
+                            target.string(), pixelTypeName(d.pixelType))};
 
     // A link is written through: the file it points to is replaced, next to that file.
     const fs::path destination = SaveTemporary::resolveLinks(target);
@@ -390,7 +409,10 @@ ImageFileIO::SaveResult saveWithItk(const SharedImage& image, const fs::path& ta
     std::string failure;
     try {
         writeWithItk(*io, *image.mem(), *geometry, fitsTwoDimensionalFile(d, *geometry), compress, staged);
-        failure = ImageFileLayout::checkDataSize(staged, d.byteSize(), valueCountOf(d));
+        if (format.format == Format::Tiff)
+            failure = TiffFile::setDescription(staged, TiffGeometry{d.spacing, image.matrixToWorld()}.text());
+        if (failure.empty())
+            failure = ImageFileLayout::checkDataSize(staged, d.byteSize(), valueCountOf(d));
     } catch (const itk::ExceptionObject& e) {
         failure = itkMessage(e);
     }
@@ -403,7 +425,7 @@ ImageFileIO::SaveResult saveWithItk(const SharedImage& image, const fs::path& ta
 
 } // namespace
 
-ImageFileIO::LoadResult ImageFileIO::load(const std::string& path) {
+ImageFileIO::LoadResult ImageFileIO::load(const std::string& path, const LoadOptions& options) {
     const FormatEntry* format = formatOf(path);
     if (!format)
         return {nullptr, unsupportedExtension(path)};
@@ -413,7 +435,7 @@ ImageFileIO::LoadResult ImageFileIO::load(const std::string& path) {
     if (!fs::is_regular_file(path, ec))
         return {nullptr, fmt::format("Cannot read '{}': not a regular file", path)};
     try {
-        return loadWithItk(path, *format);
+        return loadWithItk(path, *format, options);
     } catch (const itk::ExceptionObject& e) {
         return {nullptr, fmt::format("Cannot read '{}': {}", path, itkMessage(e))};
     } catch (const std::bad_alloc&) {

@@ -17,7 +17,9 @@ namespace Tarnwick {
 /// LPS world coordinates, world = o + D * diag(s) * index; the loaded image gets
 /// matrixToWorld = [D, o + D * diag(s) * (dimensions - 1) / 2; 0 0 0 1], and saving inverts this, so
 /// loading and saving again reproduces spacing, origin and direction to the precision of the format.
-/// TIFF stores spacing only: its images load with an identity direction centred at the origin.
+/// TIFF files keep the spacing of all axes and the matrix in the first page's ImageDescription;
+/// TIFF files without it (or whose resolution tags another program changed) load with the tags'
+/// spacing and an identity direction, centred at the origin.
 ///
 /// Failures (missing or unreadable file, unknown extension, unsupported pixel type or dimension,
 /// corrupt header or data, a disk error while saving) come back as a message; nothing is thrown.
@@ -43,9 +45,17 @@ public:
         bool compress = false;
     };
 
+    struct LoadOptions {
+        /// Integer images of 16 or 32 bits per value whose values all lie in 0..255 (masks and label
+        /// maps saved in a wide type) load as unsigned 8-bit images with the same values, without a
+        /// copy in the wide type (NIfTI files; other formats keep their type).
+        bool narrowIntegers = false;
+    };
+
     /// Reads the image at `path`. The set gets the file's modality NA and the file name without
     /// its extension as name. Images larger than the machine's physical memory are refused.
-    static LoadResult load(const std::string& path);
+    static LoadResult load(const std::string& path, const LoadOptions& options);
+    static LoadResult load(const std::string& path) { return load(path, LoadOptions()); }
 
     /// Writes the set's single image to `path`. The file (and a detached data file) is first written
     /// into a temporary folder next to the target and renamed over the target only when writing

@@ -30,7 +30,8 @@ public:
     /// Empty when the header can safely be handed to the reader; otherwise the reason. NIfTI headers
     /// must hold finite spacing and orientation values of at most 1e9 (the reader aborts the
     /// process or never finishes on others);
-    /// MetaImage headers must give NDims between 1 and 10 (the reader loops on others); TIFF
+    /// MetaImage headers must give NDims between 1 and 10 wherever the reader finds it ("NDims: 3", or
+    /// a name alone on its line taking the value after the next separator; the reader loops on others); TIFF
     /// directories must be well formed, with text tags of text type and every value and strip inside
     /// the file, and all pages alike (the reader overruns its buffers otherwise).
     static std::string checkHeader(const std::string& path);

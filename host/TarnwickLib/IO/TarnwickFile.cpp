@@ -47,16 +47,20 @@ std::optional<std::uint64_t> remainingBytes(std::istream& in) {
     return static_cast<std::uint64_t>(end - position);
 }
 
-// Starts a progress task and ends it on every way out.
+// Starts a progress task and ends it on every way out: as done only when finish(true) said so.
 class ProgressTask {
 public:
     ProgressTask(Progress* progress, const std::string& description, std::int64_t steps) : m_progress(progress) {
         if (m_progress)
             m_progress->start(description, steps);
     }
-    ~ProgressTask() {
+    ~ProgressTask() { finish(false); }
+    /// Ends the task, as done when `ok`, else as failed; returns `ok`. Later calls do nothing.
+    bool finish(bool ok) {
         if (m_progress)
-            m_progress->end();
+            ok ? m_progress->end() : m_progress->fail();
+        m_progress = nullptr;
+        return ok;
     }
     void step() {
         if (m_progress)
@@ -197,7 +201,11 @@ std::vector<TarnwickFilePlugin*> TarnwickFile::plugins() {
     return result;
 }
 
-bool TarnwickFile::write(std::ostream& out, const DataList& data, Progress* progress, std::string& error) {
+namespace {
+
+/// The body of TarnwickFile::write, reporting to a task the caller runs.
+bool writeContents(std::ostream& out, const DataList& data, Progress* progress, ProgressTask& task,
+                   std::string& error) {
     if (data.size() > std::numeric_limits<std::uint32_t>::max()) {
         error = fmt::format("{} data sets are more than a file can hold", data.size());
         return false;
@@ -215,10 +223,9 @@ bool TarnwickFile::write(std::ostream& out, const DataList& data, Progress* prog
             return false;
         }
     }
-    ProgressTask task(progress, "Saving data", static_cast<std::int64_t>(data.size()));
     try {
-        out.write(magic, sizeof(magic));
-        putValue<std::uint32_t>(out, formatVersion);
+        out.write(TarnwickFile::magic, sizeof(TarnwickFile::magic));
+        putValue<std::uint32_t>(out, TarnwickFile::formatVersion);
         putValue<std::uint32_t>(out, static_cast<std::uint32_t>(data.size()));
         for (std::size_t i = 0; i < data.size(); ++i) {
             if (task.canceled()) {
@@ -239,6 +246,13 @@ bool TarnwickFile::write(std::ostream& out, const DataList& data, Progress* prog
         return false;
     }
     return true;
+}
+
+} // namespace
+
+bool TarnwickFile::write(std::ostream& out, const DataList& data, Progress* progress, std::string& error) {
+    ProgressTask task(progress, "Saving data", static_cast<std::int64_t>(data.size()));
+    return task.finish(writeContents(out, data, progress, task, error));
 }
 
 std::optional<OwningDataList> TarnwickFile::read(std::istream& in, Progress* progress, std::string& error) {
@@ -273,6 +287,7 @@ std::optional<OwningDataList> TarnwickFile::read(std::istream& in, Progress* pro
         error = std::string("a file plug-in failed: ") + e.what();
         return std::nullopt;
     }
+    task.finish(true);
     if (in.peek() != std::istream::traits_type::eof())
         TW_LOG_CAT_WARN(category, "Ignoring data after the last of {} records", count);
     return result;
@@ -281,7 +296,10 @@ std::optional<OwningDataList> TarnwickFile::read(std::istream& in, Progress* pro
 bool TarnwickFile::save(const std::string& path, const DataList& data, Progress* progress) {
     AtomicFileWriter writer(path);
     std::string error;
-    if (writer.open(error) && write(writer.stream(), data, progress, error) && writer.commit(error))
+    // The task ends once the file is in place, so that "done" never precedes a failed rename.
+    ProgressTask task(progress, "Saving data", static_cast<std::int64_t>(data.size()));
+    if (task.finish(writer.open(error) && writeContents(writer.stream(), data, progress, task, error) &&
+                    writer.commit(error)))
         return true;
     const std::string cause = writer.writeError();
     if (!cause.empty() && error.find(cause) == std::string::npos)
