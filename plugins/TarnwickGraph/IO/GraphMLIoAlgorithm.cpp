@@ -80,7 +80,7 @@ bool GraphMLIoAlgorithm::saveToGraphML(const Graph& graph, const std::string& pa
     if (!error.empty())
         TW_LOG_ERROR("Failed to write GraphML: {}", error);
     if (progress)
-        progress->end();
+        error.empty() ? progress->end() : progress->fail();
     return error.empty();
 }
 

@@ -1,21 +1,19 @@
-// GraphML is parsed by the XML parser of Boost.PropertyTree (its bundled rapidxml) into that parser's
-// in-place document, and the graph is read from the document with the property tree's rules: an
-// element's text is the concatenation of its text and CDATA children, attributes are found by name
-// (the first one wins), entities are decoded, and comments, declarations and processing instructions
-// are not part of the tree. Building the property tree itself is skipped: it needs about 25 times the
-// file size in small heap blocks (9.5 GB for a 360 MB file of a million nodes and edges), the parser's
-// document about 4 times.
+// GraphML is read in one pass with a pull parser over the stream, so that memory holds the graph and
+// the map from file ids to node ids, not the document: the text arrives in blocks and each element is
+// applied as it ends. The graph is read with the property tree's rules: an element's text is the
+// concatenation of its text and CDATA children, attributes are found by name (the first one wins),
+// entities are decoded, and comments, declarations and processing instructions are skipped. Errors in
+// the XML take precedence over errors in the graph, as if the whole document had been parsed first: a
+// graph error stops building (and frees the graph) but the parse goes on to the end.
 #include <TarnwickGraph/IO/GraphMLReader.h>
 
 #include <TarnwickCore/Log.h>
 #include <TarnwickGraph/Graph/Graph.h>
-
-#include <boost/property_tree/detail/rapidxml.hpp>
+#include <TarnwickGraph/IO/XmlPullParser.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <istream>
 #include <optional>
 #include <stdexcept>
@@ -28,124 +26,8 @@ namespace Tarnwick {
 
 namespace {
 
-namespace rx = boost::property_tree::detail::rapidxml;
-using Element = rx::xml_node<char>;
-
-/// The parser recurses once per nesting level; deeper documents are refused before parsing so that
-/// hostile input cannot exhaust the stack. GraphML needs four levels.
+/// Deeper documents are refused; GraphML needs four levels.
 constexpr int maxNestingDepth = 256;
-constexpr std::size_t readChunkSize = 1 << 20;
-
-/// The number of bytes left in a seekable stream, or 0 when it cannot tell.
-std::size_t remainingSize(std::streambuf& buffer) {
-    using Position = std::streambuf::pos_type;
-    const Position here = buffer.pubseekoff(0, std::ios::cur, std::ios::in);
-    const Position end = buffer.pubseekoff(0, std::ios::end, std::ios::in);
-    if (here == Position(-1) || end == Position(-1) || buffer.pubseekpos(here, std::ios::in) != here)
-        return 0;
-    return static_cast<std::size_t>(end - here);
-}
-
-/// The whole stream, zero-terminated as the parser needs it: a file in one piece, other streams in
-/// chunks, so memory grows only with the bytes actually read.
-std::vector<char> readAll(std::istream& in) {
-    std::vector<char> text;
-    std::streambuf* buffer = in.rdbuf();
-    for (std::size_t chunk = buffer ? std::max(remainingSize(*buffer), readChunkSize) : 0; chunk > 0;
-         chunk = readChunkSize) {
-        const std::size_t start = text.size();
-        text.resize(start + chunk);
-        const auto received = static_cast<std::size_t>(buffer->sgetn(text.data() + start, chunk));
-        text.resize(start + received);
-        if (received < chunk)
-            break;
-    }
-    text.push_back('\0');
-    return text;
-}
-
-bool startsWith(const char* p, const char* prefix) {
-    return std::strncmp(p, prefix, std::strlen(prefix)) == 0;
-}
-
-/// Moves `p` past the first occurrence of `terminator` (or to the end of the text).
-const char* skipPast(const char* p, const char* terminator) {
-    while (*p && !startsWith(p, terminator))
-        ++p;
-    return *p ? p + std::strlen(terminator) : p;
-}
-
-/// The deepest element nesting of the text, found with the parser's own rules for where markup
-/// starts and ends (text runs to the next '<'; comments, CDATA, processing instructions and document
-/// type declarations are skipped as the parser skips them; quoted attribute values may hold '>'), so
-/// that a document whose parse would recurse too deeply is refused before parsing.
-int nestingDepth(const char* p) {
-    int depth = 0;
-    int deepest = 0;
-    while (*p) {
-        if (*p++ != '<')
-            continue;
-        if (startsWith(p, "!--")) {
-            p = skipPast(p + 3, "-->");
-        } else if (startsWith(p, "![CDATA[")) {
-            p = skipPast(p + 8, "]]>");
-        } else if (*p == '?') {
-            p = skipPast(p + 1, "?>");
-        } else if (startsWith(p, "!DOCTYPE") && p[8] && std::strchr(" \t\r\n", p[8])) {
-            // Ends at the first '>' outside square brackets.
-            for (int brackets = 0; *p && (*p != '>' || brackets > 0); ++p)
-                brackets += *p == '[' ? 1 : (*p == ']' && brackets > 0) ? -1 : 0;
-        } else if (*p == '!') {
-            p = skipPast(p, ">");
-        } else if (*p == '/') {
-            --depth;
-            p = skipPast(p, ">");
-        } else {
-            deepest = std::max(deepest, ++depth);
-            char quote = 0;
-            for (char previous = 0; *p; previous = *p++) {
-                if (quote) {
-                    quote = *p == quote ? 0 : quote;
-                } else if (*p == '"' || *p == '\'') {
-                    quote = *p;
-                } else if (*p == '>') {
-                    depth -= previous == '/' ? 1 : 0;
-                    ++p;
-                    break;
-                }
-            }
-        }
-    }
-    return deepest;
-}
-
-/// The value of an XML attribute of `element`, or nothing when it has none.
-std::optional<std::string_view> attribute(const Element& element, const char* name) {
-    const rx::xml_attribute<char>* found = element.first_attribute(name);
-    if (!found)
-        return std::nullopt;
-    return std::string_view(found->value(), found->value_size());
-}
-
-/// The text of an element: its text and CDATA children joined (`storage` holds a joined copy).
-std::string_view elementText(const Element& element, std::string& storage) {
-    const Element* first = nullptr;
-    storage.clear();
-    for (const Element* child = element.first_node(); child; child = child->next_sibling()) {
-        if (child->type() != rx::node_data && child->type() != rx::node_cdata)
-            continue;
-        if (!first) {
-            first = child;
-            continue;
-        }
-        if (storage.empty())
-            storage.assign(first->value(), first->value_size());
-        storage.append(child->value(), child->value_size());
-    }
-    if (!storage.empty())
-        return storage;
-    return first ? std::string_view(first->value(), first->value_size()) : std::string_view();
-}
 
 /// A decimal or scientific number, "nan" or "inf", with surrounding blanks; nothing for other text.
 std::optional<double> parseNumber(std::string_view text) {
@@ -197,52 +79,53 @@ struct Keys {
     bool threeDimensional = false;
 };
 
-bool isPositionName(std::optional<std::string_view> name) {
+bool isPositionName(const std::optional<std::string>& name) {
     return name == "x" || name == "y" || name == "z";
 }
+
+/// A key element as the file gives it.
+struct KeyRecord {
+    std::optional<std::string> id, owner, attrName, defaultText;
+};
 
 /// Keys name their values by id. Some writers number their key ids ("d0", "v_x") and put the name in
 /// attr.name: when no node key id names a position but an attr.name does, every key is named by its
 /// attr.name (by its id where it has none).
-bool namesByAttrName(const Element& graphml) {
+bool namesByAttrName(const std::vector<KeyRecord>& records) {
     bool positionId = false, positionAttrName = false;
-    for (const Element* key = graphml.first_node("key"); key; key = key->next_sibling("key")) {
-        if (attribute(*key, "for") != "node")
+    for (const KeyRecord& key : records) {
+        if (key.owner != "node")
             continue;
-        positionId = positionId || isPositionName(attribute(*key, "id"));
-        positionAttrName = positionAttrName || isPositionName(attribute(*key, "attr.name"));
+        positionId = positionId || isPositionName(key.id);
+        positionAttrName = positionAttrName || isPositionName(key.attrName);
     }
     return !positionId && positionAttrName;
 }
 
-Keys readKeys(const Element& graphml) {
+Keys readKeys(const std::vector<KeyRecord>& records) {
     Keys keys;
     // x and y always place nodes; z only once the file declares it (a 3-D graph).
     keys.node.slots["x"] = Slot{true, 0};
     keys.node.slots["y"] = Slot{true, 1};
-    const bool byAttrName = namesByAttrName(graphml);
+    const bool byAttrName = namesByAttrName(records);
     if (byAttrName)
         TW_LOG_INFO("No GraphML key id names a node position; keys are mapped by their attr.name instead");
-    std::string storage;
-    for (const Element* key = graphml.first_node("key"); key; key = key->next_sibling("key")) {
-        const auto found = attribute(*key, "id");
-        if (!found)
+    for (const KeyRecord& key : records) {
+        if (!key.id)
             throw std::runtime_error("a key element has no id");
-        const std::string id(*found);
-        const std::string name(byAttrName ? attribute(*key, "attr.name").value_or(*found) : *found);
+        const std::string& id = *key.id;
+        const std::string name = byAttrName ? key.attrName.value_or(id) : id;
         double defaultValue = 0.0;
-        if (const Element* defaultElement = key->first_node("default")) {
-            const std::string_view text = elementText(*defaultElement, storage);
-            const std::optional<double> parsed = parseNumber(text);
+        if (key.defaultText) {
+            const std::optional<double> parsed = parseNumber(*key.defaultText);
             if (!parsed)
-                throw std::runtime_error("default value '" + std::string(text) + "' of key '" + id +
+                throw std::runtime_error("default value '" + *key.defaultText + "' of key '" + id +
                                          "' is not a number");
             defaultValue = *parsed;
         }
-        const auto owner = attribute(*key, "for");
-        if (owner == "edge") {
+        if (key.owner == "edge") {
             keys.edge.declareFeature(id, name, defaultValue);
-        } else if (owner == "node") {
+        } else if (key.owner == "node") {
             if (isPositionName(name)) {
                 const int component = name[0] - 'x';
                 if (!std::isfinite(defaultValue))
@@ -259,142 +142,265 @@ Keys readKeys(const Element& graphml) {
     return keys;
 }
 
-/// Reads the data children of node and edge elements, reusing its buffers.
-class DataReader {
+/// Builds the graph from the parser's events. Element depths: graphml 1; key and graph 2; default,
+/// node, edge and graph data 3; node and edge data 4.
+class GraphBuilder {
 public:
-    /// Applies the data children of `element` through `set(slot, value)`; `describe` names the
-    /// element in error messages.
-    template <typename Set, typename Describe>
-    void read(const Element& element, const KeySet& keys, Set&& set, Describe&& describe) {
-        for (const Element* data = element.first_node("data"); data; data = data->next_sibling("data")) {
-            const auto key = attribute(*data, "key");
-            if (!key)
-                continue;
-            m_key.assign(*key);
-            const auto slot = keys.slots.find(m_key);
-            if (slot == keys.slots.end())
-                continue;
-            const std::string_view text = elementText(*data, m_text);
-            const std::optional<double> value = parseNumber(text);
-            if (!value)
-                throw std::runtime_error(describe() + ": value '" + std::string(text) + "' of key '" + m_key +
-                                         "' is not a number");
-            set(slot->second, *value);
+    /// Applies one event; throws std::runtime_error for errors in the graph.
+    void apply(XmlPullParser::Event event, const XmlPullParser& parser) {
+        const int depth = parser.depth();
+        if (event == XmlPullParser::Event::Text) {
+            if (m_collecting && depth == m_collectDepth)
+                m_text += parser.text();
+        } else if (event == XmlPullParser::Event::StartElement) {
+            m_sawElement = true;
+            start(parser, depth);
+        } else if (event == XmlPullParser::Event::EndElement) {
+            end(parser, depth);
         }
     }
 
-private:
-    std::string m_key;
-    std::string m_text;
-};
-
-/// The coordinate frame a graph-level data element names (key "coordinateFrame", or a graph key of that
-/// attr.name): true for "RAS", false for "LPS" or no marker (files written before the marker: LPS).
-bool readsRasFrame(const Element& graphml, const Element& graphElement) {
-    std::string text;
-    for (const Element* data = graphElement.first_node("data"); data; data = data->next_sibling("data")) {
-        const auto key = attribute(*data, "key");
-        bool isFrame = key == "coordinateFrame";
-        for (const Element* k = graphml.first_node("key"); k && key && !isFrame; k = k->next_sibling("key"))
-            isFrame = attribute(*k, "id") == key && attribute(*k, "for") == "graph" &&
-                      attribute(*k, "attr.name") == "coordinateFrame";
-        if (!isFrame)
-            continue;
-        const std::string_view frame = elementText(*data, text);
-        if (frame == "RAS" || frame == "LPS")
-            return frame == "RAS";
-        throw std::runtime_error("unknown coordinate frame '" + std::string(frame) + "' (LPS or RAS)");
+    /// The graph once the document ended; throws when it has none.
+    std::unique_ptr<Graph> finish() {
+        if (!m_sawGraphml)
+            throw std::runtime_error("no graphml root element");
+        return std::move(m_graph);
     }
-    return false;
-}
+    bool sawElement() const { return m_sawElement; }
 
-std::unique_ptr<Graph> buildGraph(const rx::xml_document<char>& document) {
-    const Element* graphml = document.first_node("graphml");
-    if (!graphml)
-        throw std::runtime_error("no graphml root element");
-    const Keys keys = readKeys(*graphml);
+private:
+    enum class Place { Outside, Graphml, Key, Graph, Node, Edge };
 
-    auto graph = std::make_unique<Graph>(Graph::Undirected, keys.threeDimensional ? Graph::Dim3D : Graph::Dim2D);
-    graph->clearFeatureDescriptors();
-    graph->addNodeFeatureDescriptors(keys.node.features);
-    graph->addEdgeFeatureDescriptors(keys.edge.features);
+    void collect(int depth) {
+        m_collecting = true;
+        m_collectDepth = depth;
+        m_text.clear();
+    }
 
-    const Element* graphElement = graphml->first_node("graph");
-    if (!graphElement)
-        throw std::runtime_error("no graph element");
-    graph->setType(attribute(*graphElement, "edgedefault") == "directed" ? Graph::Directed : Graph::Undirected);
-    // RAS positions: the LPS-to-RAS mirror (its own inverse) places them in the LPS world.
-    if (readsRasFrame(*graphml, *graphElement))
-        graph->setMatrixToWorld(Eigen::Vector4d(-1, -1, 1, 1).asDiagonal());
+    void start(const XmlPullParser& parser, int depth) {
+        const std::string& name = parser.name();
+        if (depth == 1 && name == "graphml" && !m_sawGraphml) {
+            m_sawGraphml = true;
+            m_place = Place::Graphml;
+        } else if (depth == 2 && m_place == Place::Graphml && name == "key") {
+            if (m_graphStarted)
+                throw std::runtime_error("key '" + value(parser.attribute("id")) + "' is declared after the graph");
+            m_keyRecords.push_back(KeyRecord{optional(parser.attribute("id")), optional(parser.attribute("for")),
+                                             optional(parser.attribute("attr.name")), std::nullopt});
+            m_place = Place::Key;
+        } else if (depth == 2 && m_place == Place::Graphml && name == "graph" && !m_graphStarted) {
+            startGraph(parser);
+        } else if (depth == 3 && m_place == Place::Key && name == "default" && !m_keyRecords.back().defaultText) {
+            collect(depth);
+        } else if (depth == 3 && m_place == Place::Graph && name == "node") {
+            startNode(parser);
+        } else if (depth == 3 && m_place == Place::Graph && name == "edge") {
+            startEdge(parser);
+        } else if (depth == 3 && m_place == Place::Graph && name == "data") {
+            m_dataKey = value(parser.attribute("key"));
+            collect(depth);
+        } else if (depth == 4 && (m_place == Place::Node || m_place == Place::Edge) && name == "data") {
+            const std::string* key = parser.attribute("key");
+            const KeySet& keys = m_place == Place::Node ? m_keys.node : m_keys.edge;
+            m_slot = key ? keys.slots.find(*key) : keys.slots.end();
+            if (m_slot != keys.slots.end()) {
+                m_dataKey = *key;
+                collect(depth);
+            }
+        }
+    }
 
-    DataReader data;
-    std::unordered_map<std::string, unsigned long> nodeIds;
-    const std::vector<double> nodeDefaults = keys.node.featureDefaults();
-    for (const Element* element = graphElement->first_node("node"); element; element = element->next_sibling("node")) {
-        const auto fileId = attribute(*element, "id");
+    void end(const XmlPullParser& parser, int depth) {
+        if (m_collecting && depth == m_collectDepth) {
+            m_collecting = false;
+            if (m_place == Place::Key)
+                m_keyRecords.back().defaultText = m_text;
+            else if (m_place == Place::Graph)
+                readFrame();
+            else
+                readData();
+            return;
+        }
+        if (depth == 1 && m_place == Place::Graphml) {
+            m_place = Place::Outside;
+            if (!m_graphStarted) {
+                readKeys(m_keyRecords);
+                throw std::runtime_error("no graph element");
+            }
+        } else if (depth == 2 && m_place == Place::Key) {
+            m_place = Place::Graphml;
+        } else if (depth == 2 && m_place == Place::Graph) {
+            m_place = Place::Graphml; // later graph elements are not read
+            addPendingEdges();
+        } else if (depth == 3 && m_place == Place::Node) {
+            m_place = Place::Graph;
+            m_nodeEntry->second = m_graph->addNode(std::move(m_node));
+        } else if (depth == 3 && m_place == Place::Edge) {
+            m_place = Place::Graph;
+            if (m_pending.empty() && m_from && m_to)
+                m_graph->addEdge(*m_from, *m_to, std::move(m_edge));
+            else
+                m_pending.push_back(PendingEdge{m_source, m_target, std::move(m_edge)});
+        }
+    }
+
+    void startGraph(const XmlPullParser& parser) {
+        m_graphStarted = true;
+        m_place = Place::Graph;
+        m_keys = readKeys(m_keyRecords);
+        m_graph = std::make_unique<Graph>(Graph::Undirected, m_keys.threeDimensional ? Graph::Dim3D : Graph::Dim2D);
+        m_graph->clearFeatureDescriptors();
+        m_graph->addNodeFeatureDescriptors(m_keys.node.features);
+        m_graph->addEdgeFeatureDescriptors(m_keys.edge.features);
+        const std::string* edgeDefault = parser.attribute("edgedefault");
+        m_graph->setType(edgeDefault && *edgeDefault == "directed" ? Graph::Directed : Graph::Undirected);
+        m_nodeDefaults = m_keys.node.featureDefaults();
+        m_edgeDefaults = m_keys.edge.featureDefaults();
+    }
+
+    void startNode(const XmlPullParser& parser) {
+        const std::string* fileId = parser.attribute("id");
         if (!fileId)
             throw std::runtime_error("a node element has no id");
-        // No structured binding: the lambdas below capture the entry (clang refuses captured bindings).
-        const auto inserted = nodeIds.try_emplace(std::string(*fileId), 0);
-        const auto entry = inserted.first;
+        const auto inserted = m_nodeIds.try_emplace(*fileId, 0);
         if (!inserted.second)
-            throw std::runtime_error("node id '" + entry->first + "' is used twice");
-        Graph::NodeInfo node(keys.node.positionDefault, nodeDefaults);
-        data.read(
-            *element, keys.node,
-            [&](Slot slot, double value) {
-                if (slot.isPosition && !std::isfinite(value))
-                    throw std::runtime_error("node '" + entry->first + "': position " + "xyz"[slot.index] +
-                                             " is not a finite number");
-                (slot.isPosition ? node.position[slot.index] : node.features[slot.index]) = value;
-            },
-            [&] { return "node '" + entry->first + "'"; });
-        entry->second = graph->addNode(std::move(node));
+            throw std::runtime_error("node id '" + *fileId + "' is used twice");
+        m_nodeEntry = inserted.first;
+        m_node = Graph::NodeInfo(m_keys.node.positionDefault, m_nodeDefaults);
+        m_place = Place::Node;
     }
 
-    const std::vector<double> edgeDefaults = keys.edge.featureDefaults();
-    for (const Element* element = graphElement->first_node("edge"); element; element = element->next_sibling("edge")) {
-        const std::string source(attribute(*element, "source").value_or(""));
-        const std::string target(attribute(*element, "target").value_or(""));
-        const auto from = nodeIds.find(source);
-        const auto to = nodeIds.find(target);
-        if (from == nodeIds.end() || to == nodeIds.end())
-            throw std::runtime_error("Edge refers to undefined node: " + source + " or " + target);
-        Graph::EdgeInfo edge;
-        edge.features = edgeDefaults;
-        data.read(
-            *element, keys.edge, [&](Slot slot, double value) { edge.features[slot.index] = value; },
-            [&] { return "edge '" + source + "' -> '" + target + "'"; });
-        graph->addEdge(from->second, to->second, std::move(edge));
+    void startEdge(const XmlPullParser& parser) {
+        m_source = value(parser.attribute("source"));
+        m_target = value(parser.attribute("target"));
+        m_from = find(m_source);
+        m_to = find(m_target);
+        m_edge = Graph::EdgeInfo();
+        m_edge.features = m_edgeDefaults;
+        m_place = Place::Edge;
     }
-    return graph;
-}
+
+    /// Applies a node or edge data element whose text was collected.
+    void readData() {
+        const std::optional<double> number = parseNumber(m_text);
+        const bool node = m_place == Place::Node;
+        const auto owner = [&] {
+            return node ? "node '" + m_nodeEntry->first + "'" : "edge '" + m_source + "' -> '" + m_target + "'";
+        };
+        if (!number)
+            throw std::runtime_error(owner() + ": value '" + m_text + "' of key '" + m_dataKey + "' is not a number");
+        const Slot slot = m_slot->second;
+        if (!node) {
+            m_edge.features[slot.index] = *number;
+        } else if (!slot.isPosition) {
+            m_node.features[slot.index] = *number;
+        } else if (!std::isfinite(*number)) {
+            throw std::runtime_error(owner() + ": position " + "xyz"[slot.index] + " is not a finite number");
+        } else {
+            m_node.position[slot.index] = *number;
+        }
+    }
+
+    /// A graph data element that names the coordinate frame (key "coordinateFrame", or a graph key of
+    /// that attr.name): "RAS" places the positions through the LPS-to-RAS mirror (its own inverse);
+    /// "LPS" or no marker leaves the identity. The first one counts.
+    void readFrame() {
+        bool isFrame = m_dataKey == "coordinateFrame";
+        for (const KeyRecord& key : m_keyRecords)
+            isFrame = isFrame || (key.id == m_dataKey && key.owner == "graph" && key.attrName == "coordinateFrame");
+        if (!isFrame || m_frameRead)
+            return;
+        if (m_text != "RAS" && m_text != "LPS")
+            throw std::runtime_error("unknown coordinate frame '" + m_text + "' (LPS or RAS)");
+        m_frameRead = true;
+        if (m_text == "RAS")
+            m_graph->setMatrixToWorld(Eigen::Vector4d(-1, -1, 1, 1).asDiagonal());
+    }
+
+    /// Edges met before one of their nodes, and all edges after them (to keep the file's order), once
+    /// every node is known.
+    void addPendingEdges() {
+        for (PendingEdge& edge : m_pending) {
+            const auto from = find(edge.source), to = find(edge.target);
+            if (!from || !to)
+                throw std::runtime_error("Edge refers to undefined node: " + edge.source + " or " + edge.target);
+            m_graph->addEdge(*from, *to, std::move(edge.info));
+        }
+        m_pending.clear();
+    }
+
+    std::optional<unsigned long> find(const std::string& fileId) const {
+        const auto found = m_nodeIds.find(fileId);
+        return found == m_nodeIds.end() ? std::nullopt : std::optional<unsigned long>(found->second);
+    }
+    static std::string value(const std::string* text) { return text ? *text : std::string(); }
+    static std::optional<std::string> optional(const std::string* text) {
+        return text ? std::optional<std::string>(*text) : std::nullopt;
+    }
+
+    struct PendingEdge {
+        std::string source, target;
+        Graph::EdgeInfo info;
+    };
+
+    bool m_sawElement = false, m_sawGraphml = false, m_graphStarted = false, m_frameRead = false;
+    Place m_place = Place::Outside;
+    std::vector<KeyRecord> m_keyRecords;
+    Keys m_keys;
+    std::unique_ptr<Graph> m_graph;
+    std::vector<double> m_nodeDefaults, m_edgeDefaults;
+    std::unordered_map<std::string, unsigned long> m_nodeIds;
+
+    bool m_collecting = false;
+    int m_collectDepth = 0;
+    std::string m_text, m_dataKey;
+    std::unordered_map<std::string, Slot>::const_iterator m_slot;
+
+    std::unordered_map<std::string, unsigned long>::iterator m_nodeEntry;
+    Graph::NodeInfo m_node;
+    std::string m_source, m_target;
+    std::optional<unsigned long> m_from, m_to;
+    Graph::EdgeInfo m_edge;
+    std::vector<PendingEdge> m_pending;
+};
 
 } // namespace
 
 std::unique_ptr<Graph> GraphMLReader::read(std::istream& in) {
-    std::vector<char> text = readAll(in);
-    if (nestingDepth(text.data()) > maxNestingDepth) {
-        TW_LOG_ERROR("Could not parse GraphML input: elements nested deeper than {} levels", maxNestingDepth);
-        return nullptr;
-    }
-    rx::xml_document<char> document;
+    XmlPullParser parser(in, maxNestingDepth);
+    GraphBuilder builder;
+    std::string graphError;
     try {
-        document.parse<rx::parse_default>(text.data());
-    } catch (const rx::parse_error& error) {
-        const auto line = 1 + std::count(text.data(), error.where<char>(), '\n');
-        TW_LOG_ERROR("Could not parse GraphML input: {} (line {})", error.what(), line);
+        for (auto event = parser.next(); event != XmlPullParser::Event::EndOfDocument; event = parser.next()) {
+            if (graphError.empty()) {
+                try {
+                    builder.apply(event, parser);
+                } catch (const std::exception& error) {
+                    graphError = error.what();
+                    builder = GraphBuilder(); // frees the graph; the parse goes on for XML errors
+                }
+            }
+        }
+    } catch (const XmlPullParser::Error& error) {
+        if (error.line == 0)
+            TW_LOG_ERROR("Could not parse GraphML input: {}", error.what());
+        else
+            TW_LOG_ERROR("Could not parse GraphML input: {} (line {})", error.what(), error.line);
         return nullptr;
     }
-    if (!document.first_node()) {
+    if (graphError.empty() && !builder.sawElement()) {
         TW_LOG_ERROR("Parsed GraphML tree is empty");
         return nullptr;
     }
     std::unique_ptr<Graph> graph;
     try {
-        graph = buildGraph(document);
+        if (graphError.empty())
+            graph = builder.finish();
     } catch (const std::exception& error) {
-        TW_LOG_ERROR("Error during parsing of file: {}", error.what());
+        graphError = error.what();
+    }
+    if (!graph) {
+        TW_LOG_ERROR("Error during parsing of file: {}", graphError);
         return nullptr;
     }
     TW_LOG_INFO("Imported {}D graph with {} nodes, {} edges, {} edge feature(s) and {} node feature(s).",

@@ -7,14 +7,15 @@ namespace Tarnwick {
 
 class Graph;
 
-/// Reads a Graph from GraphML text. The whole text is parsed by Boost.PropertyTree's XML parser and
-/// read with the property tree's rules for text and attributes (see the source for why the tree
-/// itself is not built).
+/// Reads a Graph from GraphML text in one streaming pass (XmlPullParser), with the property tree's
+/// rules for text and attributes: an element's text joins its text and CDATA pieces, the first of two
+/// attributes of one name wins, entities are decoded.
 ///
 /// What is taken from the file:
-/// - `key` elements: the id names the feature (attr.name and attr.type are not read). Node keys "x",
-///   "y", "z" are the position; the graph is 3-D when a node key "z" is declared. Every other node key
-///   is a node feature and every edge key an edge feature, in file order. A key's `default` child, when
+/// - `key` elements, all before the `graph` element: the id names the feature (attr.name and
+///   attr.type are not read). Node keys "x", "y", "z" are the position; the graph is 3-D when a node
+///   key "z" is declared. Every other node key is a node feature and every edge key an edge feature,
+///   in file order. A key's `default` child, when
 ///   present, is the feature's default value; otherwise 0.
 /// - `graph`: edgedefault "directed" gives a directed graph, anything else or nothing an undirected one.
 ///   A graph `data` element of key "coordinateFrame" with the text "RAS" marks RAS positions: the graph's
@@ -27,13 +28,15 @@ class Graph;
 /// (for example "z" in a 2-D file) is ignored.
 ///
 /// Errors are logged and the result is null; never a partial graph:
-/// "Could not parse GraphML input: <parser message> (line <n>)" (also for elements nested deeper than
-/// 256 levels, refused before parsing), "Parsed GraphML tree is empty", and
+/// "Could not parse GraphML input: <parser message> (line <n>)" (also for end tags that do not match
+/// their start tags; "... elements nested deeper than 256 levels" without a line), "Parsed GraphML tree
+/// is empty", and
 /// "Error during parsing of file: <reason>" for missing elements, duplicate node ids, values that are
 /// not numbers (naming the node or edge and the key) and "Edge refers to undefined node: a or b".
 /// On success logs "Imported 3D graph with N nodes, M edges, E edge feature(s) and F node feature(s)."
-/// at info level. Memory: the text, the parser's document (about 1 kB per node or edge element) and the
-/// graph; time is linear in the size of the text.
+/// at info level. An error in the XML is reported rather than one in the graph, wherever both are.
+/// Memory: the graph, the map from file ids to node ids (about 70 bytes per node) and a 1 MiB buffer;
+/// time is linear in the size of the text.
 class GraphMLReader {
 public:
     static std::unique_ptr<Graph> read(std::istream& in);

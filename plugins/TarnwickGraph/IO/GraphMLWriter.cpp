@@ -4,7 +4,9 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -116,10 +118,23 @@ void writeFeatures(DocumentWriter& writer, const std::vector<std::string>& start
         writeData(writer, startTags[i], values[i]);
 }
 
+/// Throws std::invalid_argument naming the first node with a position component that would be written
+/// and is not finite: readers refuse such files, so none is written.
+void checkPositions(const Graph& graph, bool threeDimensional) {
+    const int axes = threeDimensional ? 3 : 2;
+    graph.forEachNode([&](unsigned long id, const Graph::NodeInfo& node) {
+        for (int axis = 0; axis < axes; ++axis)
+            if (!std::isfinite(node.position[axis]))
+                throw std::invalid_argument(fmt::format("node {} (n{}): position {} is {}, not a finite number", id, id,
+                                                        "xyz"[axis], node.position[axis]));
+    });
+}
+
 } // namespace
 
 bool GraphMLWriter::write(const Graph& graph, bool exportFeatures, std::ostream& out) {
     const bool threeDimensional = graph.dimension() == Graph::Dim3D;
+    checkPositions(graph, threeDimensional);
     const bool nodeFeatures = exportFeatures && !graph.nodeFeatureDescriptors().empty();
     const bool edgeFeatures = exportFeatures && !graph.edgeFeatureDescriptors().empty();
     DocumentWriter writer(out);
@@ -139,7 +154,8 @@ bool GraphMLWriter::write(const Graph& graph, bool exportFeatures, std::ostream&
     // A graph placed by the LPS-to-RAS mirror holds RAS positions: the file says so.
     const bool ras = graph.matrixToWorld() == Eigen::Matrix4d(Eigen::Vector4d(-1, -1, 1, 1).asDiagonal());
     if (ras)
-        writer.text("    <key id=\"coordinateFrame\" for=\"graph\" attr.name=\"coordinateFrame\" attr.type=\"string\"/>\n");
+        writer.text(
+            "    <key id=\"coordinateFrame\" for=\"graph\" attr.name=\"coordinateFrame\" attr.type=\"string\"/>\n");
     writer.text("    <graph id=\"G\" edgedefault=\"");
     writer.text(graph.type() == Graph::Directed ? "directed" : "undirected");
     // An element with attributes only is closed in its start tag.

@@ -17,7 +17,7 @@ class Graph;
 /// "directed" or "undirected") holding a `node` per node (id "n<id>", data x, y, [z], features) and an
 /// `edge` per edge (source and target "n<id>", data features). Without `exportFeatures` the feature
 /// keys and the feature data are both left out. Numbers are written in the shortest text that reads
-/// back to the same double ("nan", "inf" and "-inf" for non-finite values). A graph whose matrixToWorld is
+/// back to the same double ("nan", "inf" and "-inf" for non-finite feature values). A graph whose matrixToWorld is
 /// the LPS-to-RAS mirror diag(-1, -1, 1) holds RAS positions: a graph key "coordinateFrame" (string) after
 /// the other keys and the graph's first child `<data key="coordinateFrame">RAS</data>` say so. Positions
 /// are written as stored, never moved by matrixToWorld.
@@ -25,7 +25,9 @@ class Graph;
 /// Cost: one pass over nodes and edges; memory is a 1 MiB buffer besides the graph.
 class GraphMLWriter {
 public:
-    /// Writes the document to `out`; false when the stream failed.
+    /// Writes the document to `out`; false when the stream failed. Throws std::invalid_argument, before
+    /// writing anything, when a written position component (x, y, and z for a 3-D graph) is not finite,
+    /// naming the node and the axis: GraphML positions must be finite numbers.
     static bool write(const Graph& graph, bool exportFeatures, std::ostream& out);
 };
 
