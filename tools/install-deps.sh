@@ -6,10 +6,10 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build ccache pkg-config git
   libeigen3-dev libboost-dev libfmt-dev nlohmann-json3-dev libcli11-dev libnanoflann-dev
-  libinsighttoolkit5-dev zlib1g-dev
+  libinsighttoolkit5-dev zlib1g-dev libdeflate-dev
   libepoxy-dev libegl-dev libgl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev libfreetype-dev fonts-dejavu-core
   libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-dev pybind11-dev python3-numpy python3-scipy python3-skimage python3-networkx python3-igraph python3-nibabel python3-pandas
+  python3 python3-dev pybind11-dev python3-numpy python3-scipy python3-skimage python3-networkx python3-igraph python3-nibabel python3-pandas python3-vtk9
   hyperfine time
 )
 gui_packages=(qtbase5-dev xvfb xauth libglx-mesa0)
