@@ -1,5 +1,7 @@
 // The graph data controller, the graph display options panel and the views' context menu, driven
 // through their widgets in a main window with the plug-in initialised.
+#include "GraphWindowTest.h"
+
 #include <TarnwickGL/ColorBarOverlay.h>
 #include <TarnwickGL/GlSliceView.h>
 #include <TarnwickGraph/Graph/Graph.h>
@@ -88,28 +90,10 @@ int colourDistance(const QImage& image, const QPoint& at, const Eigen::Vector4f&
     return best;
 }
 
-class GraphGuiTest : public testing::Test {
+class GraphGuiTest : public Test::GraphWindowTest {
 protected:
-    static void SetUpTestSuite() {
-        static int argc = 1;
-        static char name[] = "GraphGuiTests";
-        static char* argv[] = {name, nullptr};
-        setDefaultSurfaceFormat();
-        s_application = std::make_unique<QApplication>(argc, argv);
-        s_plugin = std::make_unique<GraphPlugin>();
-        ASSERT_EQ(s_plugin->init(), 0);
-    }
-    static void TearDownTestSuite() {
-        s_plugin.reset();
-        s_application.reset();
-    }
-
     void SetUp() override {
-        m_window = std::make_unique<MainWindow>();
-        m_window->resize(1100, 800);
-        m_window->show();
-        QApplication::setActiveWindow(m_window.get());
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(m_window.get()));
+        GraphWindowTest::SetUp();
         m_a = m_window->dataModel().add(twoEdges("A", -10.0, 1.0, 2.0, m_edges));
         auto b = twoEdges("B", 10.0, 3.0, 5.0, m_edges);
         b->getOrCreateNodeFeatureIdx("radius", 0.0);
@@ -141,9 +125,6 @@ protected:
         return worst;
     }
 
-    static inline std::unique_ptr<QApplication> s_application;
-    static inline std::unique_ptr<GraphPlugin> s_plugin;
-    std::unique_ptr<MainWindow> m_window;
     std::vector<Edge> m_edges;
     Data* m_a = nullptr;
     Data* m_b = nullptr;

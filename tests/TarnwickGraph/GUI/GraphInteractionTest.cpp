@@ -1,6 +1,8 @@
 // The mouse editing of graphs in the main window's views, driven with real Qt events: drawing a path,
 // dragging a node of an obliquely placed graph, deleting under the circle, the circle's radius, undo
 // and redo of every edit, and the controller every catalogue entry opens.
+#include "GraphWindowTest.h"
+
 #include "../GraphComparison.h"
 
 #include <TarnwickGL/GlSliceView.h>
@@ -53,31 +55,8 @@ std::vector<std::string> differencesButLargestId(const Graph& expected, const Gr
     return differences;
 }
 
-class GraphInteractionTest : public testing::Test {
+class GraphInteractionTest : public Test::GraphWindowTest {
 protected:
-    static void SetUpTestSuite() {
-        static int argc = 1;
-        static char name[] = "GraphInteractionTests";
-        static char* argv[] = {name, nullptr};
-        setDefaultSurfaceFormat();
-        s_application = std::make_unique<QApplication>(argc, argv);
-        s_plugin = std::make_unique<GraphPlugin>();
-        ASSERT_EQ(s_plugin->init(), 0);
-    }
-    static void TearDownTestSuite() {
-        s_plugin.reset();
-        s_application.reset();
-    }
-
-    void SetUp() override {
-        m_window = std::make_unique<MainWindow>();
-        m_window->resize(1100, 800);
-        m_window->show();
-        QApplication::setActiveWindow(m_window.get());
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(m_window.get()));
-    }
-    void TearDown() override { m_window.reset(); }
-
     GlViewWidget* axial() const { return m_window->display()->viewWidget(DisplayWidgetMulti::Axial); }
     DrawGraphController* drawController() const {
         return dynamic_cast<DrawGraphController*>(m_window->defaultController());
@@ -120,14 +99,7 @@ protected:
         const Eigen::Vector2d pixel = widget->view().viewState().project(world);
         return {int(std::floor(pixel.x())), int(std::floor(pixel.y()))};
     }
-
-    static std::unique_ptr<QApplication> s_application;
-    static std::unique_ptr<GraphPlugin> s_plugin;
-    std::unique_ptr<MainWindow> m_window;
 };
-
-std::unique_ptr<QApplication> GraphInteractionTest::s_application;
-std::unique_ptr<GraphPlugin> GraphInteractionTest::s_plugin;
 
 TEST_F(GraphInteractionTest, DrawsAPathClickByClickAndUndoesEachNodeExactly) {
     Graph* graph = openDrawing({});
