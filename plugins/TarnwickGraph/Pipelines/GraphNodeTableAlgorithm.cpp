@@ -1,8 +1,8 @@
 #include <TarnwickGraph/Pipelines/GraphNodeTableAlgorithm.h>
 
-#include <TarnwickCore/Filesystem.h>
 #include <TarnwickCore/Log.h>
 #include <TarnwickGraph/Graph/Graph.h>
+#include <TarnwickGraph/Pipelines/CsvLocation.h>
 #include <TarnwickLib/Data/DataList.h>
 #include <TarnwickLib/IO/AtomicFileWriter.h>
 
@@ -10,7 +10,6 @@
 #include <fmt/ostream.h>
 
 #include <cmath>
-#include <filesystem>
 #include <ostream>
 
 namespace Tarnwick {
@@ -63,14 +62,8 @@ void GraphNodeTableAlgorithm::writeCsv(const Graph& graph, std::ostream& out) {
 
 void GraphNodeTableAlgorithm::compute() {
     const std::string path = location;
-    if (Filesystem::Path(path).extension() != "csv") {
-        TW_LOG_CAT_ERROR(logCategory, "The node table '{}' must end in .csv", path);
-        setStatus(InvalidInput);
-        return;
-    }
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    if (!folder.empty() && !std::filesystem::is_directory(folder)) {
-        TW_LOG_CAT_ERROR(logCategory, "The folder '{}' of the node table does not exist", folder.string());
+    if (const std::optional<std::string> error = csvLocationError(path, "node table")) {
+        TW_LOG_CAT_ERROR(logCategory, "{}", *error);
         setStatus(InvalidInput);
         return;
     }

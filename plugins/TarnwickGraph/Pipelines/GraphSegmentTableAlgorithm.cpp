@@ -1,12 +1,10 @@
 // Host adapter of the segment table: checks the location and root, computes the table and writes it.
 #include <TarnwickGraph/Pipelines/GraphSegmentTableAlgorithm.h>
 
-#include <TarnwickCore/Filesystem.h>
 #include <TarnwickCore/Log.h>
 #include <TarnwickGraph/Graph/Graph.h>
+#include <TarnwickGraph/Pipelines/CsvLocation.h>
 #include <TarnwickLib/Data/DataList.h>
-
-#include <filesystem>
 
 namespace Tarnwick {
 
@@ -31,14 +29,8 @@ bool GraphSegmentTableAlgorithm::createCompatible(const DataList& data, Algorith
 void GraphSegmentTableAlgorithm::compute() {
     m_segments.clear();
     const std::string path = location;
-    if (Filesystem::Path(path).extension() != "csv") {
-        TW_LOG_CAT_ERROR(logCategory, "The segment table '{}' must end in .csv", path);
-        setStatus(InvalidInput);
-        return;
-    }
-    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    if (!folder.empty() && !std::filesystem::is_directory(folder)) {
-        TW_LOG_CAT_ERROR(logCategory, "The folder '{}' of the segment table does not exist", folder.string());
+    if (const std::optional<std::string> error = csvLocationError(path, "segment table")) {
+        TW_LOG_CAT_ERROR(logCategory, "{}", *error);
         setStatus(InvalidInput);
         return;
     }
